@@ -9,6 +9,8 @@ namespace {
 const std::string null_handle_message = "Internal error: access of null handle";
 }  // namespace
 
+void HandleCommon::UseCount::free_block() noexcept { delete this; }
+
 void HandleCommon::null_handle_error() { throw std::runtime_error(null_handle_message); }
 
 }  // namespace vorn

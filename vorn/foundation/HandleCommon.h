@@ -39,14 +39,14 @@ class HandleCommon {
     // weak references still hold it.
     bool down_strong() noexcept {
       if (--strong_ != 0) return false;
-      if (weak_ == 0) delete this;
+      if (weak_ == 0) free_block();
       return true;
     }
 
     // Lowers the weak count and frees the block once nothing refers to it.
     // Never destroys the object.
     void down_weak() noexcept {
-      if (--weak_ == 0 && strong_ == 0) delete this;
+      if (--weak_ == 0 && strong_ == 0) free_block();
     }
 
     std::int32_t strong_count() const noexcept { return strong_; }
@@ -57,6 +57,12 @@ class HandleCommon {
 
    private:
     ~UseCount() = default;
+
+    // Out of line so that callers never see the block freed in their own
+    // code: a block freed on one path and still used on another (kept alive
+    // by a weak count) is beyond what a compiler's use-after-free analysis
+    // can follow.
+    void free_block() noexcept;
 
     std::int32_t strong_ = 0;
     std::int32_t weak_ = 0;
