@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# Installs vorn from a build tree into a temporary prefix and builds a small
+# consumer three ways: find_package, pkg-config, and add_subdirectory of the
+# source tree. Each consumer must run and print "consumer ok 42".
+set -euo pipefail
+build_dir=$1
+source_dir=$2
+here=$(cd "$(dirname "$0")" && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+cmake --install "$build_dir" --prefix "$work/prefix" >/dev/null
+check() {
+  local output
+  output=$("$@")
+  [ "$output" = "consumer ok 42" ] || { echo "unexpected output from $1: $output" >&2; exit 1; }
+}
+
+echo "-- find_package"
+cmake -S "$here/consumer" -B "$work/find_package" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
+cmake --build "$work/find_package" >/dev/null
+check "$work/find_package/consumer"
+
+echo "-- pkg-config"
+pc_dir=$(dirname "$(find "$work/prefix" -name vorn.pc | head -n 1)")
+lib_dir=$(PKG_CONFIG_PATH="$pc_dir" pkg-config --variable=libdir vorn)
+# shellcheck disable=SC2046
+c++ "$here/consumer/main.cpp" -o "$work/pkg_config_consumer" \
+  $(PKG_CONFIG_PATH="$pc_dir" pkg-config --cflags --libs vorn) -Wl,-rpath,"$lib_dir"
+check "$work/pkg_config_consumer"
+
+echo "-- add_subdirectory"
+cmake -S "$here/consumer" -B "$work/subdirectory" -G Ninja -DVORN_CONSUMER_MODE=subdirectory \
+  -DVORN_SOURCE_DIR="$source_dir" -DCMAKE_BUILD_TYPE=Release >/dev/null
+cmake --build "$work/subdirectory" >/dev/null
+check "$work/subdirectory/consumer"
+# Only the library is built for a consumer: no tests, examples or benchmarks.
+if find "$work/subdirectory" -name 'vorn_*_tests' -o -name 'example_*' | grep -q .; then
+  echo "add_subdirectory built more than the library" >&2
+  exit 1
+fi
+echo "install checks passed"
