@@ -31,9 +31,6 @@ unsigned char byte_of(char c) noexcept { return static_cast<unsigned char>(c); }
 char ascii_upper(char c) noexcept { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; }
 char ascii_lower(char c) noexcept { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
 bool is_digit(char c) noexcept { return c >= '0' && c <= '9'; }
-bool is_alnum(char c) noexcept {
-  return is_digit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
 
 // Membership table for a set of bytes: one lookup per character keeps the
 // set operations linear whatever the size of the set.
@@ -415,17 +412,31 @@ bool contains_case_insensitive(const std::string& text, const std::string& part)
 }
 
 std::string to_valid_base_filename(const std::string& name) {
-  std::string result;
-  result.reserve(name.size());
-  for (char c : name) {
-    if (is_alnum(c) || c == '-' || c == '.') {
-      result.push_back(c);
-    } else if (!result.empty() && result.back() != '_') {
-      // Leading replacements are trimmed and runs collapse as they arise.
-      result.push_back('_');
+  // Every byte's replacement: itself for letters, digits, '-' and '.', else '_'.
+  static const std::array<char, 256> mapping = [] {
+    std::array<char, 256> table{};
+    for (int b = 0; b < 256; ++b) {
+      const char c = static_cast<char>(b);
+      const bool kept = is_digit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '-' || c == '.';
+      table[static_cast<std::size_t>(b)] = kept ? c : '_';
     }
+    return table;
+  }();
+  std::string result(name.size(), '\0');
+  char* const begin = result.data();
+  char* out = begin;
+  // Branch-free: every byte is written, and the output advances unless it
+  // is a '_' after a '_' (or leading: `previous` starts as '_'). Mixed text
+  // would otherwise mispredict on most replaced bytes.
+  char previous = '_';
+  for (char c : name) {
+    const char mapped = mapping[byte_of(c)];
+    *out = mapped;
+    out += static_cast<int>((mapped != '_') | (previous != '_'));
+    previous = mapped;
   }
-  if (!result.empty() && result.back() == '_') result.pop_back();
+  if (out != begin && out[-1] == '_') --out;
+  result.resize(static_cast<std::size_t>(out - begin));
   return result;
 }
 
