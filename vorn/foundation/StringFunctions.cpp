@@ -10,6 +10,7 @@
 #include <climits>
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <fstream>
 #include <stdexcept>
 #include <streambuf>
@@ -201,9 +202,25 @@ std::string extract_word(const std::string& text, const std::string& separators,
 
 void split(const std::string& text, std::vector<std::string>& fields, const std::string& separators,
            StringFunctionParameters::BlankFieldControl control) {
+  const std::less<const std::string*> before;
+  if (!fields.empty() && !before(&text, fields.data()) && before(&text, fields.data() + fields.size())) {
+    const std::string copy(text);  // `text` is one of the fields about to be overwritten
+    split(copy, fields, separators, control);
+    return;
+  }
   const CharSet set(separators);
   const std::size_t size = text.size();
-  std::vector<std::string> result;
+  // Fields overwrite the strings already in `fields`, so that a vector reused
+  // from line to line allocates nothing once it has grown.
+  std::size_t count = 0;
+  const auto emit = [&](std::size_t begin, std::size_t end) {
+    if (count < fields.size()) {
+      fields[count].assign(text, begin, end - begin);
+    } else {
+      fields.emplace_back(text, begin, end - begin);
+    }
+    ++count;
+  };
   if (control == StringFunctionParameters::drop_blank_fields) {
     std::size_t pos = 0;
     for (;;) {
@@ -211,18 +228,18 @@ void split(const std::string& text, std::vector<std::string>& fields, const std:
       if (pos == size) break;
       const std::size_t begin = pos;
       while (pos < size && !set.contains(text[pos])) ++pos;
-      result.emplace_back(text, begin, pos - begin);
+      emit(begin, pos);
     }
   } else {
     std::size_t start = 0;
     while (start <= size) {
       std::size_t end = start;
       while (end < size && !set.contains(text[end])) ++end;
-      result.emplace_back(text, start, end - start);
+      emit(start, end);
       start = end + 1;
     }
   }
-  fields.swap(result);
+  fields.resize(count);
 }
 
 void wrap(const std::string& text, std::vector<std::string>& lines, int width, const std::string& break_characters) {
