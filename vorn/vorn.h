@@ -7,5 +7,7 @@
 #include "vorn/foundation/TWeakHandle.h"
 #include "vorn/foundation/VornAssert.h"
 #include "vorn/foundation/VornLog.h"
+#include "vorn/notification/Observer.h"
+#include "vorn/notification/Subject.h"
 
 #endif  // VORN_VORN_H_
