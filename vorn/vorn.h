@@ -9,5 +9,8 @@
 #include "vorn/foundation/VornLog.h"
 #include "vorn/notification/Observer.h"
 #include "vorn/notification/Subject.h"
+#include "vorn/time/ElapsedTimer.h"
+#include "vorn/time/Timer.h"
+#include "vorn/time/ToString.h"
 
 #endif  // VORN_VORN_H_
