@@ -9,6 +9,8 @@
 #include "vorn/foundation/VornLog.h"
 #include "vorn/notification/Observer.h"
 #include "vorn/notification/Subject.h"
+#include "vorn/persistence/Archive.h"
+#include "vorn/persistence/VersionedArchive.h"
 #include "vorn/progress/MultipleProgressMonitor.h"
 #include "vorn/progress/ProgressMonitor.h"
 #include "vorn/progress/ProgressMonitorDisplayInterface.h"
