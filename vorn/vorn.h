@@ -16,6 +16,7 @@
 #include "vorn/progress/ProgressMonitorDisplayInterface.h"
 #include "vorn/progress/ProgressMonitorProcessInterface.h"
 #include "vorn/progress/TextProgressDisplay.h"
+#include "vorn/time/Date.h"
 #include "vorn/time/ElapsedTimer.h"
 #include "vorn/time/Timer.h"
 #include "vorn/time/ToString.h"
