@@ -1,22 +1,16 @@
-// Test helper: redirects a standard stream into a string for the lifetime of
-// the object and restores the original buffer afterwards, even when a test
-// assertion leaves the scope early.
+// Test helper: sends a stream's output into a string until the end of the
+// scope, then restores the original buffer.
 #ifndef VORN_TESTS_SUPPORT_SCOPEDSTREAMCAPTURE_H_
 #define VORN_TESTS_SUPPORT_SCOPEDSTREAMCAPTURE_H_
 
-#include <ostream>
 #include <sstream>
-#include <string>
 
 namespace vorn::testing {
 
 class ScopedStreamCapture {
  public:
-  explicit ScopedStreamCapture(std::ostream& stream) : stream_(stream), saved_(stream.rdbuf(captured_.rdbuf())) {}
-  ScopedStreamCapture(const ScopedStreamCapture&) = delete;
-  ScopedStreamCapture& operator=(const ScopedStreamCapture&) = delete;
+  explicit ScopedStreamCapture(std::ostream& s) : stream_(s), saved_(s.rdbuf(captured_.rdbuf())) {}
   ~ScopedStreamCapture() { stream_.rdbuf(saved_); }
-
   std::string text() const { return captured_.str(); }
 
  private:
