@@ -31,7 +31,7 @@ namespace vorn {
 
 class ProgressMonitor : public ProgressMonitorProcessInterface, public ProgressMonitorDisplayInterface {
  public:
-  ProgressMonitor() noexcept { initialise(); }
+  ProgressMonitor() { initialise(); }
 
   // Stores the step count and announces it, even after cancel().
   void set_steps(int steps) override;
