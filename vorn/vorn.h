@@ -9,5 +9,18 @@
 #include "vorn/foundation/TWeakHandle.h"
 #include "vorn/foundation/VornAssert.h"
 #include "vorn/foundation/VornLog.h"
+#include "vorn/notification/Observer.h"
+#include "vorn/notification/Subject.h"
+#include "vorn/persistence/Archive.h"
+#include "vorn/persistence/VersionedArchive.h"
+#include "vorn/progress/MultipleProgressMonitor.h"
+#include "vorn/progress/ProgressMonitor.h"
+#include "vorn/progress/ProgressMonitorDisplayInterface.h"
+#include "vorn/progress/ProgressMonitorProcessInterface.h"
+#include "vorn/progress/TextProgressDisplay.h"
+#include "vorn/time/Date.h"
+#include "vorn/time/ElapsedTimer.h"
+#include "vorn/time/Timer.h"
+#include "vorn/time/ToString.h"
 
 #endif  // VORN_VORN_H_
