@@ -7,5 +7,10 @@
 #include "vorn/foundation/TWeakHandle.h"
 #include "vorn/foundation/VornAssert.h"
 #include "vorn/foundation/VornLog.h"
+#include "vorn/notification/Observer.h"
+#include "vorn/notification/Subject.h"
+#include "vorn/time/ElapsedTimer.h"
+#include "vorn/time/Timer.h"
+#include "vorn/time/ToString.h"
 
 #endif  // VORN_VORN_H_
