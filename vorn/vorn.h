@@ -2,6 +2,15 @@
 #ifndef VORN_VORN_H_
 #define VORN_VORN_H_
 
+#include "vorn/commands/BeginMacroCommand.h"
+#include "vorn/commands/ClearHistoryCommand.h"
+#include "vorn/commands/Command.h"
+#include "vorn/commands/CommandMacroBlock.h"
+#include "vorn/commands/CommandProcessor.h"
+#include "vorn/commands/EndMacroCommand.h"
+#include "vorn/commands/MementoBase.h"
+#include "vorn/commands/ReentrancyGuard.h"
+#include "vorn/commands/StoredNameCommand.h"
 #include "vorn/foundation/HandleCommon.h"
 #include "vorn/foundation/Notice.h"
 #include "vorn/foundation/StringFunctions.h"
@@ -24,3 +33,4 @@
 #include "vorn/time/ToString.h"
 
 #endif  // VORN_VORN_H_
+

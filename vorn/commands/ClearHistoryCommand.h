@@ -1,0 +1,24 @@
+// ClearHistoryCommand: when submitted to a CommandProcessor, empties its undo
+// and redo history, exactly as CommandProcessor::clear_history() does. It is
+// not itself recorded. Useful at the end of a command sequence after which
+// nothing should be undone (loading a new document, say).
+#ifndef VORN_COMMANDS_CLEARHISTORYCOMMAND_H_
+#define VORN_COMMANDS_CLEARHISTORYCOMMAND_H_
+
+#include "vorn/commands/StoredNameCommand.h"
+
+namespace vorn {
+
+class ClearHistoryCommand : public StoredNameCommand {
+ public:
+  ClearHistoryCommand();
+  ~ClearHistoryCommand() override;
+
+  bool execute() override;
+  bool undo() override;
+  bool can_undo() const override;
+};
+
+}  // namespace vorn
+
+#endif  // VORN_COMMANDS_CLEARHISTORYCOMMAND_H_

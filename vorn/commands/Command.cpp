@@ -1,0 +1,7 @@
+#include "vorn/commands/Command.h"
+
+namespace vorn {
+
+Command::~Command() = default;
+
+}  // namespace vorn

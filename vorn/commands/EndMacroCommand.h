@@ -1,0 +1,23 @@
+// EndMacroCommand: closes the innermost open macro when submitted to a
+// CommandProcessor (see BeginMacroCommand). Submitting it with no macro open
+// is refused with std::logic_error.
+#ifndef VORN_COMMANDS_ENDMACROCOMMAND_H_
+#define VORN_COMMANDS_ENDMACROCOMMAND_H_
+
+#include "vorn/commands/StoredNameCommand.h"
+
+namespace vorn {
+
+class EndMacroCommand : public StoredNameCommand {
+ public:
+  EndMacroCommand();
+  ~EndMacroCommand() override;
+
+  // A marker: executing and undoing it change nothing.
+  bool execute() override;
+  bool undo() override;
+};
+
+}  // namespace vorn
+
+#endif  // VORN_COMMANDS_ENDMACROCOMMAND_H_

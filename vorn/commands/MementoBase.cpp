@@ -1,0 +1,7 @@
+#include "vorn/commands/MementoBase.h"
+
+namespace vorn {
+
+MementoBase::~MementoBase() = default;
+
+}  // namespace vorn
