@@ -41,7 +41,8 @@
 // Throws std::invalid_argument from open() (and so from the constructor) for
 // a mode with both format bits ("Archive::open: all formats specified") or a
 // file that cannot be opened ("Archive::open: Couldn't open file: <name>"),
-// and from a portable write of an infinity or NaN.
+// and from a portable write of an infinity or NaN; std::runtime_error from
+// a read or write on a closed archive.
 #ifndef VORN_PERSISTENCE_ARCHIVE_H_
 #define VORN_PERSISTENCE_ARCHIVE_H_
 
