@@ -1,12 +1,13 @@
 #include "vorn/persistence/Archive.h"
 
-#include <sys/stat.h>
-
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
+
+#include <sys/stat.h>
 
 namespace vorn {
 

@@ -1,9 +1,9 @@
 #include "vorn/persistence/ArchiveReadStream.h"
 
 #include <cstdint>
-#include <string>
 #include <sstream>
 #include <stdexcept>
+#include <string>
 
 namespace vorn {
 
