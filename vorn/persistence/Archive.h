@@ -154,6 +154,10 @@ class Archive {
   void write_bytes(const void* data, std::size_t size);
   std::size_t read_bytes(void* data, std::size_t size);
 
+  // Reads `size` raw bytes into `text`, replacing its contents; as
+  // read_bytes, but without filling the string first.
+  std::size_t read_bytes(std::string& text, std::size_t size);
+
  private:
   template <class T>
   void write_integer(T value);
