@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <map>
 #include <stdexcept>
-#include <string>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "vorn/foundation/TWeakHandle.h"
@@ -13,7 +15,7 @@
 namespace vorn {
 namespace {
 
-// Counts live instances so that tests can see exactly when objects die.
+// Counts live instances, so a leak or a double delete shows in TearDown.
 struct Tracked {
   static int alive;
   Tracked() { ++alive; }
@@ -21,162 +23,95 @@ struct Tracked {
   virtual ~Tracked() { --alive; }
 };
 int Tracked::alive = 0;
-
 struct Derived : Tracked {
   int value = 7;
 };
-
 struct Unrelated : Tracked {};
 
 class THandleTest : public ::testing::Test {
  protected:
   void SetUp() override { Tracked::alive = 0; }
-  void TearDown() override { EXPECT_EQ(Tracked::alive, 0) << "an object leaked or died twice"; }
+  void TearDown() override { EXPECT_EQ(Tracked::alive, 0); }
+  static int strong(const THandle<Tracked>& h) { return h.count_block()->strong_count(); }
 };
 
-int strong(const THandle<Tracked>& h) { return h.count_block()->strong_count(); }
-
-TEST_F(THandleTest, Tour) {
+TEST_F(THandleTest, CopiesMovesAndCastsShareOneCounterBlock) {
   THandle<Tracked> a(new Derived);
-  EXPECT_EQ(strong(a), 1);
-  {
-    THandle<Tracked> b = a;
-    EXPECT_EQ(strong(a), 2);
-    EXPECT_EQ(b.count_block(), a.count_block());
-    THandle<Derived> d = handle_dynamic_cast<Derived>(b);
-    ASSERT_TRUE(d);
-    EXPECT_EQ(d->value, 7);
-    EXPECT_EQ(strong(a), 3);
-  }
-  EXPECT_EQ(strong(a), 1);
-  a = THandle<Tracked>();
-  EXPECT_EQ(Tracked::alive, 0);
+  THandle<Tracked> b = a;
+  THandle<Derived> d = handle_dynamic_cast<Derived>(b);
+  THandle<Derived> s = handle_static_cast<Derived>(a);
+  EXPECT_EQ(strong(a), 4);
+  EXPECT_EQ(d.count_block(), a.count_block());
+  EXPECT_EQ(d->value, 7);
+  EXPECT_EQ(handle_dynamic_cast<Unrelated>(a).count_block(), nullptr) << "a failed cast holds no block";
+  EXPECT_EQ(strong(a), 4);
+
+  b = a;  // same object: no count changes
+  a = a;  // NOLINT(clang-diagnostic-self-assign-overloaded)
+  EXPECT_EQ(strong(a), 4);
+  THandle<Tracked> moved = std::move(b);
+  EXPECT_EQ(b.unhand(), nullptr);  // NOLINT(bugprone-use-after-move)
+  EXPECT_EQ(strong(a), 4);
+
+  a = THandle<Tracked>(new Tracked);  // releases one reference to the first object
+  EXPECT_EQ(strong(moved), 3);
+  moved = THandle<Tracked>();
+  d = THandle<Derived>();
+  EXPECT_EQ(Tracked::alive, 2);
+  s = THandle<Derived>();  // the last owner is a derived handle: deleted once
+  EXPECT_EQ(Tracked::alive, 1);
 }
 
-TEST_F(THandleTest, NullHandleAllocatesNothingAndRefusesAccess) {
-  THandle<Tracked> null_from_pointer(nullptr);
-  THandle<Tracked> null_default;
-  for (const THandle<Tracked>* h : {&null_from_pointer, &null_default}) {
-    EXPECT_EQ(h->unhand(), nullptr);
-    EXPECT_EQ(h->count_block(), nullptr);
-    EXPECT_TRUE(*h == nullptr);
-    EXPECT_FALSE(*h);
-    THandle<Tracked> copy = *h;
-    EXPECT_EQ(copy.count_block(), nullptr);
+TEST_F(THandleTest, NullHandlesOwnNothingAndRefuseAccess) {
+  for (const THandle<Tracked>& h : {THandle<Tracked>(), THandle<Tracked>(nullptr)}) {
+    EXPECT_TRUE(h == nullptr);
+    EXPECT_EQ(h.count_block(), nullptr);
+    EXPECT_EQ(THandle<Tracked>(h).count_block(), nullptr);
+    EXPECT_EQ(handle_static_cast<Derived>(h).count_block(), nullptr);
     try {
-      (void)h->operator->();
-      FAIL() << "operator-> on a null handle must throw";
+      (void)h.operator->();
+      FAIL();
     } catch (const std::runtime_error& e) {
       EXPECT_STREQ(e.what(), "Internal error: access of null handle");
     }
-    EXPECT_THROW((void)**h, std::runtime_error);
+    EXPECT_THROW((void)*h, std::runtime_error);
   }
 }
 
-TEST_F(THandleTest, AssignmentToTheSameObjectTouchesNoCount) {
-  THandle<Tracked> a(new Tracked);
-  THandle<Tracked> b = a;
-  a = b;
-  EXPECT_EQ(strong(a), 2);
-  a = a;  // NOLINT: self-assignment is the point
-  EXPECT_EQ(strong(a), 2);
-}
-
-TEST_F(THandleTest, AssignmentReleasesThePreviousObject) {
-  THandle<Tracked> a(new Tracked);
-  THandle<Tracked> b(new Tracked);
-  EXPECT_EQ(Tracked::alive, 2);
-  a = b;
-  EXPECT_EQ(Tracked::alive, 1);
-  EXPECT_EQ(strong(b), 2);
-  THandle<Tracked> moved = std::move(a);
-  EXPECT_EQ(a.unhand(), nullptr);  // NOLINT: checking the moved-from state
-  EXPECT_EQ(strong(b), 2);
-  moved = THandle<Tracked>(new Tracked);
-  EXPECT_EQ(strong(b), 1);
-  EXPECT_EQ(Tracked::alive, 2);
-}
-
-TEST_F(THandleTest, CastsShareTheCounterBlock) {
-  THandle<Tracked> base(new Derived);
-  THandle<Unrelated> wrong = handle_dynamic_cast<Unrelated>(base);
-  EXPECT_EQ(wrong.unhand(), nullptr);
-  EXPECT_EQ(wrong.count_block(), nullptr);
-  EXPECT_EQ(strong(base), 1);
-
-  THandle<Derived> right = handle_static_cast<Derived>(base);
-  EXPECT_EQ(right.count_block(), base.count_block());
-  EXPECT_EQ(strong(base), 2);
-
-  THandle<Tracked> null_base;
-  EXPECT_EQ(handle_static_cast<Derived>(null_base).count_block(), nullptr);
-  EXPECT_EQ(handle_dynamic_cast<Derived>(null_base).count_block(), nullptr);
-
-  // The last owner may be the derived handle: the object dies through the
-  // virtual destructor exactly once.
-  base = THandle<Tracked>();
-  EXPECT_EQ(Tracked::alive, 1);
-  right = THandle<Derived>();
-  EXPECT_EQ(Tracked::alive, 0);
-}
-
-TEST_F(THandleTest, OrderingAndHashingFollowTheObjectAddress) {
+TEST_F(THandleTest, HandlesAreKeysOrderedByAddress) {
   std::vector<THandle<Tracked>> objects;
   for (int i = 0; i < 8; ++i) objects.emplace_back(new Tracked);
-  std::map<THandle<Tracked>, int> by_handle;
-  for (int i = 0; i < 8; ++i) by_handle[objects[i]] = i;
-  by_handle[THandle<Tracked>(objects[3])] = 33;  // same object, same key
-  by_handle[THandle<Tracked>()] = -1;
-  ASSERT_EQ(by_handle.size(), 9u);
-  EXPECT_EQ(by_handle.begin()->first.unhand(), nullptr) << "the null handle sorts first";
-  EXPECT_EQ(by_handle[objects[3]], 33);
-  const Tracked* previous = nullptr;
-  for (const auto& entry : by_handle) {
-    EXPECT_LE(reinterpret_cast<std::uintptr_t>(previous), reinterpret_cast<std::uintptr_t>(entry.first.unhand()));
-    previous = entry.first.unhand();
-  }
+  std::map<THandle<Tracked>, int> keyed;
+  for (int i = 0; i < 8; ++i) keyed[objects[i]] = i;
+  keyed[THandle<Tracked>(objects[3])] = 33;
+  keyed[THandle<Tracked>()] = -1;
+  ASSERT_EQ(keyed.size(), 9u);
+  EXPECT_EQ(keyed.begin()->second, -1) << "the null handle sorts first";
+  EXPECT_EQ(keyed[objects[3]], 33);
+  EXPECT_TRUE(std::is_sorted(keyed.begin(), keyed.end(), [](const auto& x, const auto& y) {
+    return reinterpret_cast<std::uintptr_t>(x.first.unhand()) < reinterpret_cast<std::uintptr_t>(y.first.unhand());
+  }));
   std::unordered_set<THandle<Tracked>> set(objects.begin(), objects.end());
   set.insert(objects[0]);
   EXPECT_EQ(set.size(), 8u);
-  EXPECT_TRUE(objects[0] == THandle<Tracked>(objects[0]));
-  EXPECT_TRUE(objects[0] != objects[1]);
 }
 
-TEST_F(THandleTest, CounterBlockOutlivesTheObjectWhileWeakReferencesRemain) {
-  THandle<Tracked> h(new Tracked);
-  HandleCommon::UseCount* block = h.count_block();
-  block->up_weak();
-  h = THandle<Tracked>();
-  EXPECT_EQ(Tracked::alive, 0);
-  EXPECT_FALSE(block->weak_reference_valid());
-  EXPECT_EQ(block->strong_count(), 0);
-  EXPECT_EQ(block->weak_count(), 1);
-  block->down_weak();  // frees the block; ASan reports a leak otherwise
-}
-
-TEST_F(THandleTest, WeakHandleFollowsTheObjectsLife) {
-  TWeakHandle<Tracked> empty;
-  EXPECT_TRUE(empty.expired());
-  EXPECT_EQ(empty.lock().unhand(), nullptr);
-
+TEST_F(THandleTest, WeakReferencesOutliveTheObject) {
   THandle<Derived> owner(new Derived);
+  HandleCommon::UseCount* block = owner.count_block();
   TWeakHandle<Tracked> weak(owner);
   TWeakHandle<Tracked> copy = weak;
-  EXPECT_EQ(owner.count_block()->weak_count(), 2);
-  {
-    THandle<Tracked> locked = copy.lock();
-    EXPECT_EQ(locked.unhand(), owner.unhand());
-    EXPECT_EQ(locked.count_block(), owner.count_block());
-    EXPECT_EQ(owner.count_block()->strong_count(), 2);
-  }
+  EXPECT_EQ(block->weak_count(), 2);
+  EXPECT_EQ(copy.lock().count_block(), block);
+  EXPECT_EQ(block->strong_count(), 1) << "the locked handle was released";
   copy = TWeakHandle<Tracked>();
-  EXPECT_EQ(owner.count_block()->weak_count(), 1);
   owner = THandle<Derived>();
   EXPECT_EQ(Tracked::alive, 0);
+  EXPECT_FALSE(block->weak_reference_valid());
+  EXPECT_EQ(block->weak_count(), 1) << "the block waits for the last weak reference";
   EXPECT_TRUE(weak.expired());
   EXPECT_EQ(weak.lock().unhand(), nullptr);
-  TWeakHandle<Tracked> late = weak;  // copying an expired reference is fine
-  EXPECT_TRUE(late.expired());
+  EXPECT_TRUE(TWeakHandle<Tracked>().expired());
 }
 
 }  // namespace
