@@ -7,5 +7,7 @@
 #include "vorn/foundation/TWeakHandle.h"
 #include "vorn/foundation/VornAssert.h"
 #include "vorn/foundation/VornLog.h"
+#include "vorn/persistence/Archive.h"
+#include "vorn/persistence/VersionedArchive.h"
 
 #endif  // VORN_VORN_H_
