@@ -2,6 +2,7 @@
 #ifndef VORN_VORN_H_
 #define VORN_VORN_H_
 
+#include "vorn/database/DatabaseEntryIdentifier.h"
 #include "vorn/foundation/HandleCommon.h"
 #include "vorn/foundation/Notice.h"
 #include "vorn/foundation/StringFunctions.h"
