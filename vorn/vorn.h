@@ -2,7 +2,13 @@
 #ifndef VORN_VORN_H_
 #define VORN_VORN_H_
 
+#include "vorn/database/ArchiveDatabase.h"
+#include "vorn/database/Database.h"
+#include "vorn/database/DatabaseEntry.h"
 #include "vorn/database/DatabaseEntryIdentifier.h"
+#include "vorn/database/DatabaseEntryIdentifierList.h"
+#include "vorn/database/DatabaseEntryIdentifierPairList.h"
+#include "vorn/database/database_error.h"
 #include "vorn/foundation/HandleCommon.h"
 #include "vorn/foundation/Notice.h"
 #include "vorn/foundation/StringFunctions.h"
