@@ -9,8 +9,13 @@
 
 #include <gtest/gtest.h>
 
+#include "persistence/TaggedStreams.h"
 #include "persistence/TempFile.h"
 #include "vorn/persistence/Archive.h"
+#include "vorn/persistence/ArchiveReadStream.h"
+#include "vorn/persistence/ArchiveWriteStream.h"
+#include "vorn/persistence/DebugPrintStream.h"
+#include "vorn/persistence/PersistentContainers.h"
 
 namespace vorn {
 namespace {
@@ -136,6 +141,46 @@ TEST(DatabaseEntryIdentifier, ReadTakesTextAsStored) {
   DatabaseEntryIdentifier id;
   id.read(in);
   EXPECT_EQ(id.text(), long_text);  // no length check on reading
+}
+
+}  // namespace
+}  // namespace vorn
+
+namespace vorn {
+namespace {
+
+TEST(DatabaseEntryIdentifier, PersistentStreams) {
+  test::TempFile file;
+  const std::vector<DatabaseEntryIdentifier> ids{DatabaseEntryIdentifier("K1"), DatabaseEntryIdentifier()};
+  {
+    Archive archive(file.name(), Archive::WRITE);
+    ArchiveWriteStream out(archive);
+    out.write("key", ids[0]);
+    out.write("keys", ids);
+  }
+  EXPECT_EQ(file.bytes(), (test::Bytes{0, 0, 0, 2, 'K', '1', 0, 0, 0, 2, 0, 0, 0, 2, 'K', '1', 0, 0, 0, 0}));
+  Archive archive(file.name(), Archive::READ);
+  ArchiveReadStream in(archive);
+  DatabaseEntryIdentifier key;
+  std::vector<DatabaseEntryIdentifier> keys;
+  in.read("key", key);
+  in.read("keys", keys);
+  EXPECT_EQ(key, ids[0]);
+  EXPECT_EQ(keys, ids);
+
+  std::ostringstream text;
+  DebugPrintStream print(text);
+  print.write("key", ids[0]);
+  EXPECT_EQ(text.str(), "key (DatabaseEntryIdentifier)\n    id: 'K1' \n");
+
+  test::TaggedWriteStream tagged;
+  tagged.write("key", ids[0]);
+  test::TaggedReadStream back(tagged.items);
+  DatabaseEntryIdentifier kept("unchanged");
+  EXPECT_THROW(kept.read("other", ITEM_OPTIONAL, back), PersistentReadStream::OptionalItemNotPresent);
+  EXPECT_EQ(kept.text(), "unchanged");
+  kept.read("key", ITEM_REQUIRED, back);
+  EXPECT_EQ(kept.text(), "K1");
 }
 
 }  // namespace

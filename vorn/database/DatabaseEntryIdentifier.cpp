@@ -5,6 +5,7 @@
 
 #include "vorn/database/detail/CountedString.h"
 #include "vorn/foundation/StringFunctions.h"
+#include "vorn/persistence/PersistentWriteStream.h"
 
 namespace vorn {
 
@@ -20,5 +21,18 @@ void DatabaseEntryIdentifier::print(std::ostream& out) const { out << text_; }
 void DatabaseEntryIdentifier::write(Archive& archive) const { detail::write_counted_string(archive, text_); }
 
 void DatabaseEntryIdentifier::read(Archive& archive) { text_ = detail::read_counted_string(archive); }
+
+void DatabaseEntryIdentifier::write(const char* name, PersistentWriteStream& stream) const {
+  PersistentWriteStream::Block block(stream, name, "DatabaseEntryIdentifier");
+  stream.write("id", text_);
+}
+
+void DatabaseEntryIdentifier::read(const char* name, PersistentReadStreamPresence presence,
+                                   PersistentReadStream& stream) {
+  PersistentReadStream::Block block(stream, name, "DatabaseEntryIdentifier", presence);
+  std::string text;
+  stream.read("id", text, ITEM_REQUIRED);
+  text_ = std::move(text);
+}
 
 }  // namespace vorn

@@ -11,6 +11,12 @@
 //   std::string file = "entry_" + id + ".ade";       // joins with strings
 //   std::unordered_set<vorn::DatabaseEntryIdentifier> seen{id};
 //
+// In a persistent stream it is a block of type "DatabaseEntryIdentifier"
+// with one string item "id":
+//
+//   stream.write("key", id);                   // or id.write("key", stream)
+//   in_stream.read("key", id);
+//
 // In an archive an identifier is an unsigned 32-bit length followed by the
 // bytes. Reading takes the text as it stands (no trimming, no length check)
 // but cut at the first zero byte; a truncated archive is left failed().
@@ -29,9 +35,12 @@
 #include <string>
 #include <utility>
 
+#include "vorn/persistence/PersistentReadStream.h"
+
 namespace vorn {
 
 class Archive;
+class PersistentWriteStream;
 
 class DatabaseEntryIdentifier {
  public:
@@ -51,6 +60,12 @@ class DatabaseEntryIdentifier {
   void write(Archive& archive) const;
   // Replaces the identifier by the text read.
   void read(Archive& archive);
+
+  // A block `name` of type "DatabaseEntryIdentifier" holding the string item
+  // "id". Reading an absent block throws the stream's ItemNotPresent (or
+  // OptionalItemNotPresent) and leaves the identifier unchanged.
+  void write(const char* name, PersistentWriteStream& stream) const;
+  void read(const char* name, PersistentReadStreamPresence presence, PersistentReadStream& stream);
 
   friend bool operator==(const DatabaseEntryIdentifier& a, const DatabaseEntryIdentifier& b) noexcept {
     return a.text_ == b.text_;
