@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <random>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -109,6 +111,26 @@ TEST(DatabaseEntryIdentifierList, SetOperations) {
     EXPECT_EQ(only_a, c.only_a);
     EXPECT_EQ(only_b, c.only_b);
     EXPECT_EQ(intersection(c.a, c.b), c.common);
+  }
+}
+
+TEST(DatabaseEntryIdentifierList, SortMatchesStringOrder) {
+  // Long shared prefixes, zero and high bytes, and lengths around the 8- and
+  // 16-byte keys the sort uses internally.
+  std::mt19937 random(3);
+  const std::string alphabet("\0\x01" "aAz\x7F\x80\xFF", 8);
+  for (const std::size_t n : {10, 100, 5000}) {
+    SCOPED_TRACE(n);
+    std::vector<DatabaseEntryIdentifier> raw;
+    for (std::size_t i = 0; i < n; ++i) {
+      std::string text = (i % 3 == 0) ? "GENE_PREFIX_0123" : (i % 3 == 1 ? "GENE" : "");
+      for (std::size_t len = random() % 24; len > 0; --len) text += alphabet[random() % alphabet.size()];
+      raw.emplace_back(text);
+    }
+    IdList list(raw);
+    list.sort();
+    std::sort(raw.begin(), raw.end());
+    EXPECT_TRUE(list == IdList(raw));
   }
 }
 
