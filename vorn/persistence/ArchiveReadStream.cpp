@@ -1,7 +1,7 @@
 #include "vorn/persistence/ArchiveReadStream.h"
 
 #include <cstdint>
-#include <cstring>
+#include <string>
 #include <sstream>
 #include <stdexcept>
 
@@ -61,8 +61,8 @@ void ArchiveReadStream::read(const char* tag, std::string& value, PersistentRead
   }
   value.resize(static_cast<std::size_t>(length));
   if (archive_.read_bytes(value.data(), value.size()) != value.size()) end_of_file_error(tag);
-  const void* nul = std::memchr(value.data(), '\0', value.size());
-  if (nul != nullptr) value.resize(static_cast<std::size_t>(static_cast<const char*>(nul) - value.data()));
+  const std::size_t text_length = std::char_traits<char>::length(value.c_str());
+  if (text_length != value.size()) value.resize(text_length);
 }
 
 bool ArchiveReadStream::find_block(const char*, const char*, PersistentReadStreamPresence) { return true; }
@@ -91,7 +91,8 @@ VORN_ARCHIVE_READ_ARRAY(long double)
 
 #undef VORN_ARCHIVE_READ_ARRAY
 
-void ArchiveReadStream::check_item_count(const char* tag, unsigned int count, std::size_t minimum_item_bytes) {
+std::size_t ArchiveReadStream::check_item_count(const char* tag, unsigned int count,
+                                               std::size_t minimum_item_bytes) {
   const std::uint64_t needed = std::uint64_t{count} * minimum_item_bytes;
   if (needed > archive_.bytes_remaining()) {
     std::ostringstream message;
@@ -99,6 +100,8 @@ void ArchiveReadStream::check_item_count(const char* tag, unsigned int count, st
             << " bytes but the file has " << archive_.bytes_remaining() << " left reading '" << tag << "'";
     throw std::runtime_error(message.str());
   }
+  if (minimum_item_bytes == 0) return PersistentReadStream::check_item_count(tag, count, minimum_item_bytes);
+  return count;
 }
 
 }  // namespace vorn

@@ -71,8 +71,9 @@ class ArchiveReadStream : public PersistentReadStream {
   void read_array(const char* tag, long double* values, std::size_t count) override;
 
   // Throws when `count` items of at least `minimum_item_bytes` each cannot
-  // fit in the rest of the file.
-  void check_item_count(const char* tag, unsigned int count, std::size_t minimum_item_bytes) override;
+  // fit in the rest of the file; allows allocating all of them when items
+  // of that size are known to take at least one byte each.
+  std::size_t check_item_count(const char* tag, unsigned int count, std::size_t minimum_item_bytes) override;
 
  private:
   template <class T>

@@ -174,20 +174,30 @@ void read_persistent_value(const char* tag, std::vector<T, A>& value, Persistent
                            PersistentReadStream& stream) {
   value.clear();
   if constexpr (detail::is_stream_primitive_v<T> && !std::is_same_v<T, bool>) {
-    // Grows the vector a chunk at a time and reads straight into it.
+    // Reads straight into the vector: all at once when the stream vouches
+    // for the count, otherwise a chunk at a time.
     PersistentReadStream::Block block(stream, tag, "Container", presence);
     unsigned int count = 0;
     stream.read("count", count, ITEM_REQUIRED);
-    stream.check_item_count(tag, count, detail::MinimumEncodedBytes<T>::value);
-    constexpr std::size_t chunk = std::size_t{1} << 16;
-    for (std::size_t done = 0; done < count;) {
+    const std::size_t first = stream.check_item_count(tag, count, detail::MinimumEncodedBytes<T>::value);
+    value.resize(first);
+    stream.read_array("item", value.data(), first);
+    constexpr std::size_t chunk = PersistentReadStream::default_item_allocation;
+    for (std::size_t done = first; done < count;) {
       const std::size_t n = count - done < chunk ? count - done : chunk;
       value.resize(done + n);
       stream.read_array("item", value.data() + done, n);
       done += n;
     }
   } else {
-    read_container<T>(tag, std::back_inserter(value), stream, presence);
+    // Reserves only what the stream vouches for: items known to occupy at
+    // least one byte each, counted against the rest of the medium.
+    PersistentReadStream::Block block(stream, tag, "Container", presence);
+    unsigned int count = 0;
+    stream.read("count", count, ITEM_REQUIRED);
+    const std::size_t first = stream.check_item_count(tag, count, detail::MinimumEncodedBytes<T>::value);
+    if (detail::MinimumEncodedBytes<T>::value != 0) value.reserve(first);
+    detail::read_items<T>(stream, count, [&value](T&& item) { value.push_back(std::move(item)); });
   }
 }
 

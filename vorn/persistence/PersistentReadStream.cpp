@@ -61,7 +61,9 @@ void PersistentReadStream::send_polymorphic_error(const char* tag, const std::st
                        "' PolymorphicFactory did not contain a type with name '" + type_name + "'");
 }
 
-void PersistentReadStream::check_item_count(const char*, unsigned int, std::size_t) {}
+std::size_t PersistentReadStream::check_item_count(const char*, unsigned int count, std::size_t) {
+  return count < default_item_allocation ? count : default_item_allocation;
+}
 
 #define VORN_DEFAULT_READ_ARRAY(Type)                                                           \
   void PersistentReadStream::read_array(const char* tag, Type* values, std::size_t count) { \

@@ -152,10 +152,14 @@ class PersistentReadStream {
   virtual void read_array(const char* tag, long double* values, std::size_t count);
 
   // Called by the container readers with the item count just read and the
-  // fewest bytes each item can occupy (0: unknown). The default accepts any
-  // count; a stream over a medium of known size throws when the items
-  // cannot fit.
-  virtual void check_item_count(const char* tag, unsigned int count, std::size_t minimum_item_bytes);
+  // fewest bytes each item can occupy (0: unknown). Returns how many items
+  // the reader may allocate before reading any: the default, which knows
+  // nothing of the medium, allows at most default_item_allocation; a stream
+  // over a medium of known size may allow all of them when they fit, and
+  // throws when they cannot.
+  virtual std::size_t check_item_count(const char* tag, unsigned int count, std::size_t minimum_item_bytes);
+
+  static constexpr std::size_t default_item_allocation = std::size_t{1} << 16;
 
   // Any persistent value: an object with a read() member, or a type with an
   // overload of read_persistent_value (the containers of
