@@ -78,7 +78,7 @@ void BM_AppendArchiveDatabase(benchmark::State& state) {
   }
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * append_count));
 }
-BENCHMARK(BM_AppendArchiveDatabase)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(BM_AppendArchiveDatabase)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 // The floor: the same files, same bytes, one open/write/close each.
 void BM_AppendFilesOnly(benchmark::State& state) {
@@ -106,7 +106,7 @@ void BM_AppendFilesOnly(benchmark::State& state) {
   }
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * append_count));
 }
-BENCHMARK(BM_AppendFilesOnly)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(BM_AppendFilesOnly)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 void BM_AppendSqlite(benchmark::State& state) {
   std::vector<std::string> ids;
@@ -138,7 +138,7 @@ void BM_AppendSqlite(benchmark::State& state) {
   }
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * append_count));
 }
-BENCHMARK(BM_AppendSqlite)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(BM_AppendSqlite)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 // A database index of many identifiers (the entry files are not needed to
 // open it or to look identifiers up).

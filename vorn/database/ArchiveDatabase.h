@@ -239,15 +239,17 @@ void ArchiveDatabase<Entry>::remove(const DatabaseEntryIdentifier& id) {
   }
   const DatabaseEntryIdentifier removed = identifiers_[static_cast<std::size_t>(i)];
   identifiers_.erase(identifiers_.begin() + i);
+  bool index_written = false;
   try {
-    index_file_->rewrite(identifiers_);
+    index_written = index_file_->rewrite(identifiers_);
   } catch (...) {
     identifiers_.insert(identifiers_.begin() + i, removed);
     positions_.rebuild(identifiers_);
     throw;
   }
   positions_.rebuild(identifiers_);
-  std::remove(absolute_entry_file_name(removed).c_str());
+  // An index that could not be rewritten still lists the entry: keep its file.
+  if (index_written) std::remove(absolute_entry_file_name(removed).c_str());
 }
 
 template <class Entry>

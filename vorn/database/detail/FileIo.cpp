@@ -92,6 +92,14 @@ bool file_exists(const std::string& path) noexcept {
 }
 
 void overwrite_file_start(const std::string& path, const std::string& bytes) {
+  {
+    // The common case, a new entry: one open that creates the file.
+    Descriptor fd(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (fd.get() >= 0) {
+      if (!write_all(fd.get(), bytes.data(), bytes.size(), 0) || !fd.close()) write_error(path, errno);
+      return;
+    }
+  }
   std::string old;
   if (!read_whole_file(path, old)) {
     if (file_exists(path)) {

@@ -67,7 +67,7 @@ bool IndexFile::unchanged_on_disk() const {
          now.st_mtim.tv_sec == state_.st_mtim.tv_sec && now.st_mtim.tv_nsec == state_.st_mtim.tv_nsec;
 }
 
-void IndexFile::rewrite(const std::vector<DatabaseEntryIdentifier>& ids) {
+bool IndexFile::rewrite(const std::vector<DatabaseEntryIdentifier>& ids) {
   forget();
   std::string text;
   std::size_t total = 0;
@@ -78,9 +78,18 @@ void IndexFile::rewrite(const std::vector<DatabaseEntryIdentifier>& ids) {
     text += '\n';
   }
   const std::string temporary = path_ + ".tmp";
-  const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  if (fd < 0) return;  // like an index that cannot be opened: not reported
-  if (!write_all(fd, text.data(), text.size(), 0) || ::rename(temporary.c_str(), path_.c_str()) != 0) {
+  int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (fd < 0) {
+    // The directory takes no new files; an existing, writable index is still
+    // rewritten, in place.
+    fd = ::open(path_.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+    if (fd < 0) return false;  // like an index that cannot be opened: not reported
+    if (!write_all(fd, text.data(), text.size(), 0)) {
+      const int error = errno;
+      ::close(fd);
+      throw database_error("ArchiveDatabase::write_index_file: cannot write " + path_ + ": " + std::strerror(error));
+    }
+  } else if (!write_all(fd, text.data(), text.size(), 0) || ::rename(temporary.c_str(), path_.c_str()) != 0) {
     const int error = errno;
     ::close(fd);
     ::unlink(temporary.c_str());
@@ -88,6 +97,7 @@ void IndexFile::rewrite(const std::vector<DatabaseEntryIdentifier>& ids) {
   }
   fd_ = fd;
   known_ = ::fstat(fd_, &state_) == 0;
+  return true;
 }
 
 void IndexFile::append_last(const std::vector<DatabaseEntryIdentifier>& ids) {

@@ -39,10 +39,11 @@ class IndexFile {
   // The identifiers of the file; none when it cannot be opened.
   std::vector<DatabaseEntryIdentifier> load();
 
-  // Replaces the file by the lines of `ids`. When the temporary file cannot
-  // be created nothing is written and nothing is reported; a failed write or
-  // rename throws database_error and leaves the old file.
-  void rewrite(const std::vector<DatabaseEntryIdentifier>& ids);
+  // Replaces the file by the lines of `ids`, through a temporary file, or in
+  // place when the directory takes no new files. Returns false, reporting
+  // nothing else, when neither file can be opened; a failed write or rename
+  // throws database_error.
+  bool rewrite(const std::vector<DatabaseEntryIdentifier>& ids);
 
   // Brings the file in step with `ids`, whose last element was just added.
   void append_last(const std::vector<DatabaseEntryIdentifier>& ids);
