@@ -126,10 +126,6 @@ inline std::uint32_t load_big_endian32(const unsigned char* in) noexcept {
 #endif
 }
 
-inline std::uint64_t load_big_endian64(const unsigned char* in) noexcept {
-  return (std::uint64_t{load_big_endian32(in)} << 32) | load_big_endian32(in + 4);
-}
-
 // Copy n values of 2, 4 or 8 bytes from `in` to `out` in file byte order.
 // These loops carry the runs of the common types; on x86-64 they are also
 // compiled for AVX2 and chosen at load time.

@@ -32,6 +32,7 @@
 #include <iterator>
 #include <list>
 #include <map>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -174,19 +175,19 @@ void read_persistent_value(const char* tag, std::vector<T, A>& value, Persistent
                            PersistentReadStream& stream) {
   value.clear();
   if constexpr (detail::is_stream_primitive_v<T> && !std::is_same_v<T, bool>) {
-    // Reads straight into the vector: all at once when the stream vouches
-    // for the count, otherwise a chunk at a time.
+    // Reserves what the stream vouches for and appends the items a chunk at
+    // a time from a small buffer: the vector's memory is written only once.
     PersistentReadStream::Block block(stream, tag, "Container", presence);
     unsigned int count = 0;
     stream.read("count", count, ITEM_REQUIRED);
-    const std::size_t first = stream.check_item_count(tag, count, detail::MinimumEncodedBytes<T>::value);
-    value.resize(first);
-    stream.read_array("item", value.data(), first);
+    value.reserve(stream.check_item_count(tag, count, detail::MinimumEncodedBytes<T>::value));
     constexpr std::size_t chunk = PersistentReadStream::default_item_allocation;
-    for (std::size_t done = first; done < count;) {
+    const std::size_t buffer_size = count < chunk ? count : chunk;
+    std::unique_ptr<T[]> buffer(new T[buffer_size]);
+    for (std::size_t done = 0; done < count;) {
       const std::size_t n = count - done < chunk ? count - done : chunk;
-      value.resize(done + n);
-      stream.read_array("item", value.data() + done, n);
+      stream.read_array("item", buffer.get(), n);
+      value.insert(value.end(), buffer.get(), buffer.get() + n);
       done += n;
     }
   } else {
