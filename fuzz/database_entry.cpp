@@ -1,10 +1,10 @@
 // Fuzzes the entry-file reader of ArchiveDatabase: a damaged file gives a
 // database_error naming it, never a crash, a partial entry or a huge
 // allocation; a whole one reads back as what its bytes say.
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <cstddef>
+#include <cstdio>
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
@@ -18,19 +18,18 @@ namespace {
 
 using Entry = vorn::DatabaseEntry<std::string>;
 
-const std::string& scratch_directory() {
-  static const std::string path = [] {
-    char name[] = "/tmp/vorn_fuzz_entry_XXXXXX";
-    return std::string(::mkdtemp(name));
-  }();
-  return path;
-}
+// Removes the scratch file when an input is done.
+struct ScratchFile {
+  std::string path = "/tmp/vorn_fuzz_entry_" + std::to_string(::getpid()) + ".ade";
+  ~ScratchFile() { std::remove(path.c_str()); }
+};
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const vorn::ArchiveDatabase<Entry> db(scratch_directory(), "fuzz", vorn::Archive::READ);
-  const std::string path = scratch_directory() + "/fuzz_entry.ade";
+  static const vorn::ArchiveDatabase<Entry> db("/tmp", "vorn_fuzz_no_index", vorn::Archive::READ);
+  const ScratchFile scratch;
+  const std::string& path = scratch.path;
   {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
