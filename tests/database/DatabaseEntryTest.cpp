@@ -57,6 +57,22 @@ TEST(DatabaseEntry, StringEntryArchiveRoundTrip) {
   EXPECT_FALSE(in.failed());
 }
 
+TEST(DatabaseEntry, StringHandlesInArchives) {
+  TempFile file;
+  {
+    Archive out(file.name(), Archive::WRITE);
+    out << text("ab");
+    EXPECT_THROW(out << THandle<std::string>(), std::runtime_error);
+  }
+  EXPECT_EQ(file.bytes(), (Bytes{0, 0, 0, 2, 'a', 'b'}));
+  Archive in(file.name(), Archive::READ);
+  THandle<std::string> shared = text("x");
+  THandle<std::string> read = shared;
+  in >> read;
+  EXPECT_EQ(*read, "ab");
+  EXPECT_EQ(*shared, "x");  // a fresh object, the old one untouched
+}
+
 TEST(DatabaseEntry, ReadsDamagedData) {
   const struct {
     const char* name;

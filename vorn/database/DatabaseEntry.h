@@ -85,6 +85,18 @@ class DatabaseEntry {
   THandle<T> data_;
 };
 
+// A string handle in an archive: the string as an entry stores it. Writing a
+// null handle raises the null-handle error; reading gives a fresh handle.
+inline Archive& operator<<(Archive& archive, const THandle<std::string>& text) {
+  detail::write_counted_string(archive, *text);
+  return archive;
+}
+
+inline Archive& operator>>(Archive& archive, THandle<std::string>& text) {
+  text = THandle<std::string>(new std::string(detail::read_counted_string(archive)));
+  return archive;
+}
+
 template <class T>
 Archive& operator<<(Archive& archive, const DatabaseEntry<T>& entry) {
   entry.write(archive);
