@@ -69,7 +69,10 @@ class ArchiveDatabase : public Database<Entry> {
   std::string absolute_database_name() const { return index_file_path(directory_, name_); }
   // directory + "/" + name + "_" + id + ".ade", the identifier unescaped.
   std::string absolute_entry_file_name(const DatabaseEntryIdentifier& id) const {
-    return directory_ + "/" + name_ + "_" + id + ".ade";
+    std::string path;
+    path.reserve(directory_.size() + name_.size() + id.text().size() + 6);
+    path.append(directory_).append("/").append(name_).append("_").append(id.text()).append(".ade");
+    return path;
   }
 
   const std::string& directory() const noexcept { return directory_; }
