@@ -10,6 +10,7 @@
 #include <climits>
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <fstream>
 #include <stdexcept>
 #include <streambuf>
@@ -31,9 +32,6 @@ unsigned char byte_of(char c) noexcept { return static_cast<unsigned char>(c); }
 char ascii_upper(char c) noexcept { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; }
 char ascii_lower(char c) noexcept { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
 bool is_digit(char c) noexcept { return c >= '0' && c <= '9'; }
-bool is_alnum(char c) noexcept {
-  return is_digit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
 
 // Membership table for a set of bytes: one lookup per character keeps the
 // set operations linear whatever the size of the set.
@@ -204,9 +202,25 @@ std::string extract_word(const std::string& text, const std::string& separators,
 
 void split(const std::string& text, std::vector<std::string>& fields, const std::string& separators,
            StringFunctionParameters::BlankFieldControl control) {
+  const std::less<const std::string*> before;
+  if (!fields.empty() && !before(&text, fields.data()) && before(&text, fields.data() + fields.size())) {
+    const std::string copy(text);  // `text` is one of the fields about to be overwritten
+    split(copy, fields, separators, control);
+    return;
+  }
   const CharSet set(separators);
   const std::size_t size = text.size();
-  std::vector<std::string> result;
+  // Fields overwrite the strings already in `fields`, so that a vector reused
+  // from line to line allocates nothing once it has grown.
+  std::size_t count = 0;
+  const auto emit = [&](std::size_t begin, std::size_t end) {
+    if (count < fields.size()) {
+      fields[count].assign(text, begin, end - begin);
+    } else {
+      fields.emplace_back(text, begin, end - begin);
+    }
+    ++count;
+  };
   if (control == StringFunctionParameters::drop_blank_fields) {
     std::size_t pos = 0;
     for (;;) {
@@ -214,18 +228,18 @@ void split(const std::string& text, std::vector<std::string>& fields, const std:
       if (pos == size) break;
       const std::size_t begin = pos;
       while (pos < size && !set.contains(text[pos])) ++pos;
-      result.emplace_back(text, begin, pos - begin);
+      emit(begin, pos);
     }
   } else {
     std::size_t start = 0;
     while (start <= size) {
       std::size_t end = start;
       while (end < size && !set.contains(text[end])) ++end;
-      result.emplace_back(text, start, end - start);
+      emit(start, end);
       start = end + 1;
     }
   }
-  fields.swap(result);
+  fields.resize(count);
 }
 
 void wrap(const std::string& text, std::vector<std::string>& lines, int width, const std::string& break_characters) {
@@ -415,17 +429,31 @@ bool contains_case_insensitive(const std::string& text, const std::string& part)
 }
 
 std::string to_valid_base_filename(const std::string& name) {
-  std::string result;
-  result.reserve(name.size());
-  for (char c : name) {
-    if (is_alnum(c) || c == '-' || c == '.') {
-      result.push_back(c);
-    } else if (!result.empty() && result.back() != '_') {
-      // Leading replacements are trimmed and runs collapse as they arise.
-      result.push_back('_');
+  // Every byte's replacement: itself for letters, digits, '-' and '.', else '_'.
+  static const std::array<char, 256> mapping = [] {
+    std::array<char, 256> table{};
+    for (int b = 0; b < 256; ++b) {
+      const char c = static_cast<char>(b);
+      const bool kept = is_digit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '-' || c == '.';
+      table[static_cast<std::size_t>(b)] = kept ? c : '_';
     }
+    return table;
+  }();
+  std::string result(name.size(), '\0');
+  char* const begin = result.data();
+  char* out = begin;
+  // Branch-free: every byte is written, and the output advances unless it
+  // is a '_' after a '_' (or leading: `previous` starts as '_'). Mixed text
+  // would otherwise mispredict on most replaced bytes.
+  char previous = '_';
+  for (char c : name) {
+    const char mapped = mapping[byte_of(c)];
+    *out = mapped;
+    out += static_cast<int>((mapped != '_') | (previous != '_'));
+    previous = mapped;
   }
-  if (!result.empty() && result.back() == '_') result.pop_back();
+  if (out != begin && out[-1] == '_') --out;
+  result.resize(static_cast<std::size_t>(out - begin));
   return result;
 }
 

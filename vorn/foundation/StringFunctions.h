@@ -66,7 +66,9 @@ std::string extract_word(const std::string& text, const std::string& separators,
 // `separators`. drop_blank_fields returns the maximal runs of non-separators
 // ("  a b " gives {"a", "b"}, an empty text nothing). keep_blank_fields ends a
 // field at every separator: "a,,b" gives {"a", "", "b"}, "a," gives
-// {"a", ""}, and an empty text one empty field.
+// {"a", ""}, and an empty text one empty field. The strings already in
+// `fields` are overwritten in place, so a vector reused for every line of a
+// file stops allocating once it has grown; `text` may be one of them.
 void split(const std::string& text, std::vector<std::string>& fields, const std::string& separators = " \t",
            StringFunctionParameters::BlankFieldControl control = StringFunctionParameters::drop_blank_fields);
 
