@@ -18,9 +18,11 @@
 // positions); appending writes one index line while the index file is still
 // what this object last wrote, and otherwise rewrites it. Rewrites of the
 // index and of an existing entry file go through a temporary file that is
-// renamed into place, so a crash leaves the old or the new file. remove()
-// rewrites the index before deleting the entry file, so the index never
-// lists a removed file.
+// renamed into place (D/N.adi.tmp, D/N_I.ade.tmp), so a crash leaves the old
+// or the new file. remove() rewrites the index before deleting the entry
+// file, so the index never lists a removed file. Nothing is synced to the
+// disk: a killed process loses nothing that a call had finished, but a power
+// cut may lose the most recent changes.
 //
 // Throws database_error for a database not opened for writing, a duplicate
 // or unknown identifier, an out-of-range position, an identifier that holds
