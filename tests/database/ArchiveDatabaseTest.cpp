@@ -80,10 +80,23 @@ TEST(ArchiveDatabase, AppendRemoveKeepIndexFileInStep) {
   EXPECT_EQ(*reopened.entry(DatabaseEntryIdentifier("B1"))->data(), "again");
 }
 
+ino_t inode_of(const std::string& path) {
+  struct stat state {};
+  ::stat(path.c_str(), &state);
+  return state.st_ino;
+}
+
 TEST(ArchiveDatabase, AppendAfterForeignChangeRewritesIndex) {
   TempDirectory dir;
+  dir.write("n.adi", "x\n");
   Db db(dir.path(), "n", 3);
+  const ino_t loaded = inode_of(dir.file("n.adi"));
   db.append(make_entry("A", "a"));
+  db.append(make_entry("A2", "a"));
+  EXPECT_EQ(inode_of(dir.file("n.adi")), loaded);  // appended in place, not rewritten
+  EXPECT_EQ(dir.read("n.adi"), "x\nA\nA2\n");
+  db.remove(DatabaseEntryIdentifier("x"));
+  db.remove(DatabaseEntryIdentifier("A2"));
   dir.write("n.adi", "A\nZZ\nQ");  // another writer changed the file
   db.append(make_entry("B", "b"));
   EXPECT_EQ(dir.read("n.adi"), "A\nB\n");
