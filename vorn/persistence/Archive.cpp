@@ -1,12 +1,13 @@
 #include "vorn/persistence/Archive.h"
 
-#include <sys/stat.h>
-
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
+
+#include <sys/stat.h>
 
 namespace vorn {
 
@@ -292,6 +293,20 @@ std::size_t Archive::read_bytes(void* data, std::size_t size) {
     std::memset(static_cast<unsigned char*>(data) + got, 0, size - got);
   }
   return got;
+}
+
+std::size_t Archive::read_bytes(std::string& text, std::size_t size) {
+  if (file_ == nullptr) closed_error("read");
+#if defined(__GLIBC__)
+  if (size <= static_cast<std::size_t>(file_->_IO_read_end - file_->_IO_read_ptr)) {
+    text.assign(file_->_IO_read_ptr, size);
+    file_->_IO_read_ptr += size;
+    position_ += size;
+    return size;
+  }
+#endif
+  text.resize(size);
+  return read_bytes(text.data(), size);
 }
 
 template <class T>

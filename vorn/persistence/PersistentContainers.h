@@ -16,9 +16,11 @@
 // elements go through the streams' write_array/read_array, so archive
 // streams store them quickly, with the same bytes as item by item.
 //
-// Reading never reserves memory from a count found in the stream: elements
-// are appended as they are read, and streams may refuse a count that their
-// medium cannot hold (see PersistentReadStream::check_item_count). Throws
+// Reading never trusts a count found in the stream: the stream first checks
+// it (an archive stream refuses a count that the rest of the file cannot
+// hold; see PersistentReadStream::check_item_count), and a vector reserves
+// only as many items as the stream vouches for; the rest are appended as
+// they are read. Reading replaces the container's previous contents. Throws
 // std::length_error when writing a container of more than 2^32 - 1 items,
 // std::runtime_error when a std::array is read from a container whose count
 // differs from its size, and whatever the stream throws.
