@@ -3,6 +3,8 @@
 #define VORN_VORN_H_
 
 #include "vorn/foundation/HandleCommon.h"
+#include "vorn/foundation/Notice.h"
+#include "vorn/foundation/StringFunctions.h"
 #include "vorn/foundation/THandle.h"
 #include "vorn/foundation/TWeakHandle.h"
 #include "vorn/foundation/VornAssert.h"
