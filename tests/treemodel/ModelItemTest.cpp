@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -111,15 +112,12 @@ TEST(ModelItem, FailuresLeaveTheCacheAsItWas) {
   EXPECT_EQ(item.ncached_attributes(), 1);
 
   const THandle<AttributeSupplier> null;
-  for (int path = 0; path < 4; ++path) {
-    SCOPED_TRACE(path);
+  const std::vector<std::function<void()>> paths = {
+      [&] { item.attribute(null); }, [&] { item.cache_attribute(null); }, [&] { item.cache_attributes({null}); },
+      [&] { item.attribute_from_source(null); }};
+  for (const auto& path : paths) {
     try {
-      switch (path) {
-        case 0: item.attribute(null); break;
-        case 1: item.cache_attribute(null); break;
-        case 2: item.cache_attributes({null}); break;
-        default: item.attribute_from_source(null); break;
-      }
+      path();
       ADD_FAILURE() << "no exception";
     } catch (const std::runtime_error& e) {
       EXPECT_STREQ(e.what(), "Internal error: access of null handle");

@@ -16,7 +16,9 @@ namespace {
 namespace tmf = TreeModelFunctions;
 using Position = TreeModel::pre_order_iterator;
 
-THandle<ModelItem> item(const std::string& id) { return THandle<ModelItem>(new ModelItem(DatabaseEntryIdentifier(id))); }
+THandle<ModelItem> item(const std::string& id) {
+  return THandle<ModelItem>(new ModelItem(DatabaseEntryIdentifier(id)));
+}
 
 TreeModelBranchIdentifiers path(const std::vector<std::string>& texts) {
   std::vector<DatabaseEntryIdentifier> ids;

@@ -133,7 +133,9 @@ class TreePreOrderIterator : public TreeIteratorBase<T, Const> {
 
   TreePreOrderIterator() noexcept = default;
   explicit TreePreOrderIterator(node_type* node) noexcept : Base(node) {}
-  explicit TreePreOrderIterator(const TreeSiblingIterator<T, Const>& sibling) noexcept : Base(sibling.node()) {}
+  // The same node, now walked in pre-order.
+  /*implicit*/ TreePreOrderIterator(const TreeSiblingIterator<T, Const>& sibling) noexcept  // NOLINT
+      : Base(sibling.node()) {}
 
   // A mutable position converts to a read-only one.
   template <bool C = Const, class = std::enable_if_t<C>>
@@ -425,30 +427,36 @@ class Tree {
   // sibling position that knows its parent.
   template <class Iter>
   Iter insert(Iter position, const T& x) {
+    require_mutable_<Iter>();
     return Iter(link_before_(position, create_node_(x)));
   }
   template <class Iter>
   Iter insert(Iter position, T&& x) {
+    require_mutable_<Iter>();
     return Iter(link_before_(position, create_node_(std::move(x))));
   }
 
   // A new node becomes the next sibling of `position`.
   template <class Iter>
   Iter insert_after(Iter position, const T& x) {
+    require_mutable_<Iter>();
     return Iter(link_after_(position.node(), create_node_(x)));
   }
   template <class Iter>
   Iter insert_after(Iter position, T&& x) {
+    require_mutable_<Iter>();
     return Iter(link_after_(position.node(), create_node_(std::move(x))));
   }
 
   // A new node becomes the last child of `position`.
   template <class Iter>
   Iter append_child(Iter position, const T& x) {
+    require_mutable_<Iter>();
     return Iter(link_last_child_(position.node(), create_node_(x)));
   }
   template <class Iter>
   Iter append_child(Iter position, T&& x) {
+    require_mutable_<Iter>();
     return Iter(link_last_child_(position.node(), create_node_(std::move(x))));
   }
 
@@ -459,6 +467,7 @@ class Tree {
   template <class Iter, bool C>
   sibling_iterator append_children(Iter position, detail::TreeSiblingIterator<T, C> from,
                                     detail::TreeSiblingIterator<T, C> to) {
+    require_mutable_<Iter>();
     node_type* parent = position.node();
     std::vector<node_type*> copies;
     try {
@@ -477,6 +486,7 @@ class Tree {
   // Inserts a copy of `subtree` (the node and its descendants) before `position`.
   template <class Iter, bool C>
   Iter insert_subtree(Iter position, const detail::TreeIteratorBase<T, C>& subtree) {
+    require_mutable_<Iter>();
     return Iter(link_before_(position, copy_subtree_(subtree.node())));
   }
 
@@ -484,6 +494,7 @@ class Tree {
   // subtree. `subtree` may lie inside the replaced part.
   template <class Iter, bool C>
   Iter replace(Iter position, const detail::TreeIteratorBase<T, C>& subtree) {
+    require_mutable_<Iter>();
     node_type* old = position.node();
     node_type* copy = copy_subtree_(subtree.node());
     copy->parent = old->parent;
@@ -621,6 +632,11 @@ class Tree {
  private:
   using NodeAllocator = typename std::allocator_traits<Allocator>::template rebind_alloc<node_type>;
   using NodeTraits = std::allocator_traits<NodeAllocator>;
+
+  template <class Iter>
+  static constexpr void require_mutable_() noexcept {
+    static_assert(std::is_same_v<typename Iter::reference, T&>, "Tree: a change needs a mutable position");
+  }
 
   node_type* tail_ptr_() const noexcept { return const_cast<node_type*>(&tail_); }
 

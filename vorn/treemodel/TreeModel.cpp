@@ -283,8 +283,8 @@ void TreeModel::find_ranges_of_equivalent_siblings(const Suppliers& suppliers, p
           list.start = list.previous;
         }
       } else if (list.open) {
-        ranges.push_back(
-            TreeModelSiblingRange{sibling_iterator(list.start, list.parent), sibling_iterator(list.current, list.parent)});
+        ranges.push_back(TreeModelSiblingRange{sibling_iterator(list.start, list.parent),
+                                               sibling_iterator(list.current, list.parent)});
         list.open = false;
       }
       list.previous = list.current;
