@@ -1,6 +1,7 @@
 #include "vorn/treemodel/TreeModel.h"
 
 #include <cstddef>
+#include <iterator>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -19,8 +20,8 @@ using Node = ModelItemTree::node_type;
 using Item = THandle<ModelItem>;
 
 // The number n when `text` is `prefix` followed by n in canonical decimal
-// (no sign, no leading zero, n >= 1) and n <= `limit`; else 0.
-std::size_t suffix_number(const std::string& text, const std::string& prefix, std::size_t limit) {
+// (no sign, no leading zero, n >= 1, at most 19 digits); else 0.
+std::size_t suffix_number(const std::string& text, const std::string& prefix) {
   if (text.size() <= prefix.size() || text.compare(0, prefix.size(), prefix) != 0) return 0;
   if (text[prefix.size()] == '0' || text.size() - prefix.size() > 19) return 0;
   std::size_t n = 0;
@@ -29,7 +30,7 @@ std::size_t suffix_number(const std::string& text, const std::string& prefix, st
     if (c < '0' || c > '9') return 0;
     n = n * 10 + static_cast<std::size_t>(c - '0');
   }
-  return n <= limit ? n : 0;
+  return n;
 }
 
 std::string without_leading_blanks(const std::string& text) {
@@ -105,7 +106,7 @@ void TreeModel::ensure_unique_identifier(THandle<ModelItem> item, sibling_iterat
     const DatabaseEntryIdentifier id = (*it)->identifier();
     if (id == base) {
       base_taken = true;
-    } else if (const std::size_t n = suffix_number(id.text(), prefix, static_cast<std::size_t>(-1) / 10)) {
+    } else if (const std::size_t n = suffix_number(id.text(), prefix)) {
       suffixes.push_back(n);
     }
   }
