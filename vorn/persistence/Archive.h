@@ -158,6 +158,10 @@ class Archive {
   void write_integer(T value);
   template <class T>
   void read_integer(T& value);
+  template <std::size_t Width>
+  void write_swapped(const void* values, std::size_t count);
+  template <std::size_t Width>
+  std::size_t read_swapped(void* values, std::size_t count);
   template <class T, class Encoded>
   void write_array_as(const T* values, std::size_t count);
   template <class T, class Encoded>

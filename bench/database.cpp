@@ -1,0 +1,252 @@
+// The entry database against its limits and against other tools:
+//   1. appending 100,000 entries of 100 bytes: ArchiveDatabase, a bare loop
+//      creating the same files with open/write/close, and SQLite (one table
+//      of identifier and blob, one transaction);
+//   2. opening a database of 1,000,000 identifiers and looking up 100,000;
+//   3. two gcd files of 1,000,000 lines read, sorted, made unique, their
+//      difference written: identifier lists against `LC_ALL=C sort -u` and
+//      `comm -23`.
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "bench/bench_support.h"
+#include "vorn/database/ArchiveDatabase.h"
+#include "vorn/database/DatabaseEntry.h"
+#include "vorn/database/DatabaseEntryIdentifierList.h"
+#include "vorn/database/detail/EntryPaths.h"
+
+namespace {
+
+using vorn::THandle;
+using Entry = vorn::DatabaseEntry<std::string>;
+using Db = vorn::ArchiveDatabase<Entry>;
+
+class ScratchDirectory {
+ public:
+  ScratchDirectory() {
+    char name[] = "/tmp/vorn_bench_db_XXXXXX";
+    path_ = ::mkdtemp(name);
+  }
+  ~ScratchDirectory() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+  ScratchDirectory(const ScratchDirectory&) = delete;
+  ScratchDirectory& operator=(const ScratchDirectory&) = delete;
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+std::string entry_id(std::size_t i) {
+  char text[32];
+  std::snprintf(text, sizeof text, "E%07zu", i);
+  return text;
+}
+
+const std::size_t append_count = vorn::bench::problem_size(100000, 100);
+const std::string payload(100, 'p');
+
+void BM_AppendArchiveDatabase(benchmark::State& state) {
+  std::vector<THandle<Entry>> entries;
+  for (std::size_t i = 0; i < append_count; ++i) {
+    entries.emplace_back(new Entry(vorn::DatabaseEntryIdentifier(entry_id(i)), THandle<std::string>(new std::string(payload))));
+  }
+  for (auto _ : state) {
+    state.PauseTiming();
+    {
+      ScratchDirectory dir;
+      state.ResumeTiming();
+      Db db(dir.path(), "bench", vorn::Archive::READ | vorn::Archive::WRITE);
+      for (const auto& e : entries) db.append(e);
+      state.PauseTiming();
+    }
+    state.ResumeTiming();
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * append_count));
+}
+BENCHMARK(BM_AppendArchiveDatabase)->Unit(benchmark::kMillisecond)->Iterations(1);
+
+// The floor: the same files, same bytes, one open/write/close each.
+void BM_AppendFilesOnly(benchmark::State& state) {
+  std::vector<std::string> images;
+  for (std::size_t i = 0; i < append_count; ++i) {
+    images.push_back(vorn::detail::string_entry_image(vorn::DatabaseEntryIdentifier(entry_id(i)), payload));
+  }
+  for (auto _ : state) {
+    state.PauseTiming();
+    {
+      ScratchDirectory dir;
+      std::vector<std::string> paths;
+      for (std::size_t i = 0; i < append_count; ++i) paths.push_back(dir.path() + "/bench_" + entry_id(i) + ".ade");
+      state.ResumeTiming();
+      for (std::size_t i = 0; i < append_count; ++i) {
+        const int fd = ::open(paths[i].c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+        if (fd < 0 || ::write(fd, images[i].data(), images[i].size()) != static_cast<ssize_t>(images[i].size())) {
+          state.SkipWithError("write failed");
+        }
+        ::close(fd);
+      }
+      state.PauseTiming();
+    }
+    state.ResumeTiming();
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * append_count));
+}
+BENCHMARK(BM_AppendFilesOnly)->Unit(benchmark::kMillisecond)->Iterations(1);
+
+void BM_AppendSqlite(benchmark::State& state) {
+  std::vector<std::string> ids;
+  for (std::size_t i = 0; i < append_count; ++i) ids.push_back(entry_id(i));
+  for (auto _ : state) {
+    state.PauseTiming();
+    {
+      ScratchDirectory dir;
+      const std::string file = dir.path() + "/bench.sqlite";
+      state.ResumeTiming();
+      sqlite3* db = nullptr;
+      sqlite3_open(file.c_str(), &db);
+      sqlite3_exec(db, "CREATE TABLE entries (identifier TEXT PRIMARY KEY, data BLOB)", nullptr, nullptr, nullptr);
+      sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
+      sqlite3_stmt* insert = nullptr;
+      sqlite3_prepare_v2(db, "INSERT INTO entries VALUES (?, ?)", -1, &insert, nullptr);
+      for (const auto& id : ids) {
+        sqlite3_bind_text(insert, 1, id.data(), static_cast<int>(id.size()), SQLITE_STATIC);
+        sqlite3_bind_blob(insert, 2, payload.data(), static_cast<int>(payload.size()), SQLITE_STATIC);
+        if (sqlite3_step(insert) != SQLITE_DONE) state.SkipWithError("insert failed");
+        sqlite3_reset(insert);
+      }
+      sqlite3_finalize(insert);
+      sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+      sqlite3_close(db);
+      state.PauseTiming();
+    }
+    state.ResumeTiming();
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * append_count));
+}
+BENCHMARK(BM_AppendSqlite)->Unit(benchmark::kMillisecond)->Iterations(1);
+
+// A database index of many identifiers (the entry files are not needed to
+// open it or to look identifiers up).
+class LargeIndex {
+ public:
+  LargeIndex() : count_(vorn::bench::problem_size(1000000, 1000)) {
+    std::ofstream out(dir_.path() + "/big.adi", std::ios::binary);
+    for (std::size_t i = 0; i < count_; ++i) out << "ID" << (i * 2654435761u % 1000000007u) << '\n';
+  }
+  const std::string& directory() const { return dir_.path(); }
+  std::size_t count() const { return count_; }
+
+ private:
+  ScratchDirectory dir_;
+  std::size_t count_;
+};
+
+void BM_OpenLargeDatabase(benchmark::State& state) {
+  const LargeIndex index;
+  for (auto _ : state) {
+    Db db(index.directory(), "big", vorn::Archive::READ);
+    if (static_cast<std::size_t>(db.size()) != index.count()) state.SkipWithError("wrong size");
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * index.count()));
+}
+BENCHMARK(BM_OpenLargeDatabase)->Unit(benchmark::kMillisecond);
+
+void BM_LookUpInLargeDatabase(benchmark::State& state) {
+  const LargeIndex index;
+  const Db db(index.directory(), "big", vorn::Archive::READ);
+  const std::size_t lookups = vorn::bench::problem_size(100000, 100);
+  std::vector<vorn::DatabaseEntryIdentifier> wanted;
+  std::mt19937 random(1);
+  for (std::size_t i = 0; i < lookups; ++i) {
+    // Half present, half absent.
+    wanted.push_back(i % 2 == 0 ? db.identifier(static_cast<int>(random() % index.count()))
+                                : vorn::DatabaseEntryIdentifier("absent" + std::to_string(i)));
+  }
+  for (auto _ : state) {
+    std::size_t found = 0;
+    for (const auto& id : wanted) found += static_cast<std::size_t>(db.index(id) != db.size());
+    benchmark::DoNotOptimize(found);
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * lookups));
+}
+BENCHMARK(BM_LookUpInLargeDatabase)->Unit(benchmark::kMillisecond);
+
+// Two gcd files of random identifiers with repeats, overlapping by half.
+class GcdFiles {
+ public:
+  GcdFiles() {
+    const std::size_t lines = vorn::bench::problem_size(1000000, 1000);
+    std::mt19937_64 random(7);
+    std::ofstream a(a_path()), b(b_path());
+    for (std::size_t i = 0; i < lines; ++i) {
+      a << "GENE" << random() % (lines * 3 / 4) << '\n';
+      b << "GENE" << (lines / 3 + random() % (lines * 3 / 4)) << '\n';
+    }
+  }
+  std::string a_path() const { return dir_.path() + "/a.gcd"; }
+  std::string b_path() const { return dir_.path() + "/b.gcd"; }
+  std::string path(const char* name) const { return dir_.path() + "/" + name; }
+
+ private:
+  ScratchDirectory dir_;
+};
+
+std::string file_text(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+void list_difference(const GcdFiles& files, const std::string& out_path) {
+  vorn::DatabaseEntryIdentifierList a, b, only_a, only_b;
+  std::ifstream in_a(files.a_path()), in_b(files.b_path());
+  a.read_from_file(in_a);
+  b.read_from_file(in_b);
+  a.sort();
+  a.remove_duplicates();
+  b.sort();
+  b.remove_duplicates();
+  vorn::difference(a, b, only_a, only_b);
+  std::ofstream out(out_path);
+  only_a.write_gcd_file(out);
+}
+
+void coreutils_difference(const GcdFiles& files, const std::string& out_path) {
+  const std::string command = "LC_ALL=C sort -u " + files.a_path() + " > " + files.path("a.sorted") +
+                              " && LC_ALL=C sort -u " + files.b_path() + " > " + files.path("b.sorted") +
+                              " && LC_ALL=C comm -23 " + files.path("a.sorted") + " " + files.path("b.sorted") +
+                              " > " + out_path;
+  if (std::system(command.c_str()) != 0) std::abort();
+}
+
+void BM_ListDifferenceIdentifierList(benchmark::State& state) {
+  const GcdFiles files;
+  for (auto _ : state) list_difference(files, files.path("vorn.gcd"));
+  coreutils_difference(files, files.path("coreutils.gcd"));
+  if (file_text(files.path("vorn.gcd")) != file_text(files.path("coreutils.gcd"))) {
+    state.SkipWithError("results differ from sort and comm");
+  }
+}
+BENCHMARK(BM_ListDifferenceIdentifierList)->Unit(benchmark::kMillisecond);
+
+void BM_ListDifferenceCoreutils(benchmark::State& state) {
+  const GcdFiles files;
+  for (auto _ : state) coreutils_difference(files, files.path("coreutils.gcd"));
+}
+BENCHMARK(BM_ListDifferenceCoreutils)->Unit(benchmark::kMillisecond);
+
+}  // namespace

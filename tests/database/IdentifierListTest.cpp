@@ -1,0 +1,214 @@
+#include <algorithm>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "vorn/database/DatabaseEntryIdentifierList.h"
+#include "vorn/database/DatabaseEntryIdentifierPairList.h"
+
+namespace vorn {
+namespace {
+
+using IdList = DatabaseEntryIdentifierList;
+using PairList = DatabaseEntryIdentifierPairList;
+
+IdList ids(std::initializer_list<const char*> texts) {
+  IdList list;
+  for (const char* t : texts) list.push_back(DatabaseEntryIdentifier(t));
+  return list;
+}
+
+PairList pairs(std::initializer_list<std::pair<const char*, const char*>> texts) {
+  PairList list;
+  for (const auto& p : texts) list.push_back({DatabaseEntryIdentifier(p.first), DatabaseEntryIdentifier(p.second)});
+  return list;
+}
+
+std::string gcd(const IdList& list) {
+  std::ostringstream out;
+  list.write_gcd_file(out);
+  return out.str();
+}
+
+std::string dip(const PairList& list) {
+  std::ostringstream out;
+  list.print(out);
+  return out.str();
+}
+
+IdList read_gcd(const std::string& text) {
+  std::istringstream in(text);
+  IdList list = ids({"stale"});
+  list.read_from_file(in);
+  return list;
+}
+
+PairList read_dip(const std::string& text) {
+  std::istringstream in(text);
+  PairList list = pairs({{"stale", "stale"}});
+  list.read_from_file(in);
+  return list;
+}
+
+TEST(DatabaseEntryIdentifierList, ReadsGcdText) {
+  const struct {
+    const char* name;
+    std::string text;
+    std::string expected;  // written back as gcd
+  } cases[] = {
+      {"mixed lines", "ABC\n\n  \"XYZ\" \t\nAB\"C\n", "ABC\nXYZ\n"},
+      {"line ends", "a\r\nb\rc\nd", "a\nb\nc\nd\n"},
+      {"final carriage return", "a\r", "a\n"},
+      {"quotes keep inner blanks", "\" a b \"\n\"\"\n\"\n", "a b\n\n"},
+      {"empty", "", ""},
+      {"only blank lines", "\n \t\n\r\n", ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(gcd(read_gcd(c.text)), c.expected);
+  }
+
+  std::istringstream in("a\nb\n" + std::string(256, 'x') + "\nc\n");
+  IdList list;
+  EXPECT_THROW(list.read_from_file(in), std::invalid_argument);
+  EXPECT_EQ(list, ids({"a", "b"}));
+}
+
+TEST(DatabaseEntryIdentifierList, SetOperations) {
+  IdList list = ids({"b", "a", "b", "c", "a"});
+  list.remove_duplicates();
+  EXPECT_EQ(list, ids({"b", "a", "c"}));
+  list.sort();
+  EXPECT_EQ(list, ids({"a", "b", "c"}));
+  list.add(ids({"a", "d"}));
+  EXPECT_EQ(list, ids({"a", "b", "c", "a", "d"}));
+  IdList sorted = ids({"a", "a", "b", "c", "c"});
+  sorted.remove_duplicates();
+  EXPECT_EQ(sorted, ids({"a", "b", "c"}));
+
+  EXPECT_TRUE(is_equivalent(ids({"A", "B", "B"}), ids({"B", "A"})));
+  EXPECT_FALSE(ids({"A", "B", "B"}) == ids({"B", "A"}));
+  EXPECT_FALSE(is_equivalent(ids({"A", "B"}), ids({"A", "b"})));
+  EXPECT_EQ(gcd(IdList()), "");
+
+  const struct {
+    const char* name;
+    IdList a, b, only_a, only_b, common;
+  } cases[] = {
+      {"sorted", ids({"a", "b", "d"}), ids({"b", "c", "d", "e"}), ids({"a"}), ids({"c", "e"}), ids({"b", "d"})},
+      {"repeats", ids({"a", "a", "b"}), ids({"a"}), ids({"a", "b"}), ids({}), ids({"a"})},
+      {"unsorted inputs are merged as they stand", ids({"b", "a"}), ids({"a"}), ids({"b", "a"}), ids({"a"}), ids({})},
+      {"empty", ids({}), ids({"x"}), ids({}), ids({"x"}), ids({})},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    IdList only_a = ids({"junk"}), only_b = ids({"junk"});
+    difference(c.a, c.b, only_a, only_b);
+    EXPECT_EQ(only_a, c.only_a);
+    EXPECT_EQ(only_b, c.only_b);
+    EXPECT_EQ(intersection(c.a, c.b), c.common);
+  }
+}
+
+TEST(DatabaseEntryIdentifierList, SortMatchesStringOrder) {
+  // Long shared prefixes, zero and high bytes, and lengths around the 8- and
+  // 16-byte keys the sort uses internally.
+  std::mt19937 random(3);
+  const std::string alphabet("\0\x01" "aAz\x7F\x80\xFF", 8);
+  for (const std::size_t n : {10, 100, 5000}) {
+    SCOPED_TRACE(n);
+    std::vector<DatabaseEntryIdentifier> raw;
+    for (std::size_t i = 0; i < n; ++i) {
+      std::string text = (i % 3 == 0) ? "GENE_PREFIX_0123" : (i % 3 == 1 ? "GENE" : "");
+      for (std::size_t len = random() % 24; len > 0; --len) text += alphabet[random() % alphabet.size()];
+      raw.emplace_back(text);
+    }
+    IdList list(raw);
+    list.sort();
+    std::sort(raw.begin(), raw.end());
+    EXPECT_TRUE(list == IdList(raw));
+  }
+}
+
+TEST(DatabaseEntryIdentifierPairList, ReadsDipText) {
+  const struct {
+    const char* line;
+    const char* first;  // nullptr: the line is skipped
+    const char* second;
+  } cases[] = {
+      {"\"A B\"\tC", "A B", "C"},
+      {"A B C", nullptr, nullptr},
+      {"A", nullptr, nullptr},
+      {"  A \t B  ", "A", "B"},
+      {"A \"B C\"", "A", "B C"},
+      {"A \"\"", "A", ""},
+      {"\"\" B", nullptr, nullptr},
+      {"\"A B\"", nullptr, nullptr},
+      {"\"A B C", nullptr, nullptr},
+      {"\"A\"B", "A", "B"},
+      {"A B\"C", nullptr, nullptr},
+      {"A \"B\"C", nullptr, nullptr},
+      {"A \"", nullptr, nullptr},
+      {"A\"x B", "A\"x", "B"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.line);
+    const PairList list = read_dip(std::string(c.line) + "\n");
+    if (c.first == nullptr) {
+      EXPECT_TRUE(list.empty());
+    } else {
+      EXPECT_EQ(list, pairs({{c.first, c.second}}));
+    }
+  }
+  EXPECT_EQ(dip(read_dip("a b\r\n\nc\td")), "a b\nc d\n");
+
+  std::istringstream in("a b\nc " + std::string(256, 'x') + "\n");
+  PairList list;
+  EXPECT_THROW(list.read_from_file(in), std::invalid_argument);
+  EXPECT_EQ(list, pairs({{"a", "b"}}));
+}
+
+TEST(DatabaseEntryIdentifierPairList, PairOperations) {
+  PairList list = pairs({{"b", "a"}, {"a", "b"}, {"b", "a"}, {"c", "c"}});
+  PairList ordered = list;
+  ordered.remove_duplicates(PairList::order_matters);
+  EXPECT_EQ(ordered, pairs({{"b", "a"}, {"a", "b"}, {"c", "c"}}));
+  PairList unordered = list;
+  unordered.remove_duplicates(PairList::order_ignored);
+  EXPECT_EQ(unordered, pairs({{"b", "a"}, {"c", "c"}}));
+
+  PairList p = pairs({{"b", "a"}, {"a", "c"}});
+  p.sort_each_pair();
+  EXPECT_EQ(p, pairs({{"a", "b"}, {"a", "c"}}));
+  p.swap_each_pair();
+  EXPECT_EQ(p, pairs({{"b", "a"}, {"c", "a"}}));
+  p.add(pairs({{"a", "z"}}));
+  p.sort();
+  EXPECT_EQ(p, pairs({{"a", "z"}, {"b", "a"}, {"c", "a"}}));
+  IdList firsts = ids({"junk"}), seconds;
+  p.split(firsts, seconds);
+  EXPECT_EQ(firsts, ids({"a", "b", "c"}));
+  EXPECT_EQ(seconds, ids({"z", "a", "a"}));
+
+  EXPECT_TRUE(is_equivalent(pairs({{"A", "B"}}), pairs({{"B", "A"}}), PairList::order_ignored));
+  EXPECT_FALSE(is_equivalent(pairs({{"A", "B"}}), pairs({{"B", "A"}}), PairList::order_matters));
+  EXPECT_TRUE(is_equivalent(pairs({{"A", "B"}, {"C", "D"}, {"A", "B"}}), pairs({{"C", "D"}, {"A", "B"}}),
+                            PairList::order_matters));
+
+  PairList only_a, only_b;
+  difference(pairs({{"b", "a"}, {"x", "y"}}), pairs({{"a", "b"}, {"q", "p"}}), only_a, only_b,
+             PairList::order_ignored);
+  EXPECT_EQ(only_a, pairs({{"x", "y"}}));
+  EXPECT_EQ(only_b, pairs({{"p", "q"}}));
+  difference(pairs({{"a", "b"}, {"x", "y"}}), pairs({{"a", "b"}, {"b", "a"}}), only_a, only_b,
+             PairList::order_matters);
+  EXPECT_EQ(only_a, pairs({{"x", "y"}}));
+  EXPECT_EQ(only_b, pairs({{"b", "a"}}));
+}
+
+}  // namespace
+}  // namespace vorn

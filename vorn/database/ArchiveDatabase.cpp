@@ -1,0 +1,8 @@
+#include "vorn/database/ArchiveDatabase.h"
+
+namespace vorn {
+
+template class Database<DatabaseEntry<std::string>>;
+template class ArchiveDatabase<DatabaseEntry<std::string>>;
+
+}  // namespace vorn

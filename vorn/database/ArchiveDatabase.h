@@ -1,0 +1,276 @@
+// ArchiveDatabase<Entry>: an entry database kept in a directory as a text
+// index plus one archive file per entry.
+//
+// For directory D and name N the index D/N.adi lists the identifiers one per
+// line ("\n" after each, in the order of appending), and the entry with
+// identifier I lives in D/N_I.ade: the version 6 as a big-endian 32-bit
+// integer, then the entry as DatabaseEntry::write stores it. Every change is
+// on disk when the call returns; the index is loaded once, at construction.
+//
+//   using Entry = vorn::DatabaseEntry<std::string>;
+//   vorn::ArchiveDatabase<Entry> db("/data", "genes", vorn::Archive::READ | vorn::Archive::WRITE);
+//   db.append(THandle<Entry>(new Entry(vorn::DatabaseEntryIdentifier("X1"),
+//                                      THandle<std::string>(new std::string("hello")))));
+//   THandle<Entry> e = db.entry(vorn::DatabaseEntryIdentifier("X1"));
+//   db.remove(vorn::DatabaseEntryIdentifier("X1"));
+//
+// Lookups by identifier take expected constant time (a hash index of first
+// positions); appending writes one index line while the index file is still
+// what this object last wrote, and otherwise rewrites it. Rewrites of the
+// index and of an existing entry file go through a temporary file that is
+// renamed into place, so a crash leaves the old or the new file. remove()
+// rewrites the index before deleting the entry file, so the index never
+// lists a removed file.
+//
+// Throws database_error for a database not opened for writing, a duplicate
+// or unknown identifier, an out-of-range position, an identifier that holds
+// a zero byte or a ".." component or cannot be stored as an index line, a
+// truncated or corrupt entry file (naming the file), or an index that cannot
+// be written. A missing entry file gives the archive's std::invalid_argument
+// "Archive::open: Couldn't open file: <path>"; an index line longer than 255
+// characters makes the constructor throw the identifier's
+// std::invalid_argument.
+#ifndef VORN_DATABASE_ARCHIVEDATABASE_H_
+#define VORN_DATABASE_ARCHIVEDATABASE_H_
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "vorn/database/Database.h"
+#include "vorn/database/DatabaseEntry.h"
+#include "vorn/database/DatabaseEntryIdentifier.h"
+#include "vorn/database/database_error.h"
+#include "vorn/database/detail/EntryPaths.h"
+#include "vorn/database/detail/FileIo.h"
+#include "vorn/database/detail/FirstPositionIndex.h"
+#include "vorn/database/detail/IndexFile.h"
+#include "vorn/foundation/THandle.h"
+#include "vorn/persistence/Archive.h"
+#include "vorn/persistence/VersionedArchive.h"
+
+namespace vorn {
+
+template <class Entry>
+class ArchiveDatabase : public Database<Entry> {
+ public:
+  // Loads the index of D/N.adi; a missing index gives an empty database.
+  // `mode` is a bit set of Archive::READ and Archive::WRITE; only WRITE is
+  // consulted.
+  ArchiveDatabase(const std::string& directory, const std::string& name, unsigned int mode);
+  ~ArchiveDatabase() override = default;
+  ArchiveDatabase(const ArchiveDatabase&) = delete;
+  ArchiveDatabase& operator=(const ArchiveDatabase&) = delete;
+
+  // directory + "/" + name + ".adi"
+  static std::string index_file_path(const std::string& directory, const std::string& name);
+  std::string absolute_database_name() const { return index_file_path(directory_, name_); }
+  // directory + "/" + name + "_" + id + ".ade", the identifier unescaped.
+  std::string absolute_entry_file_name(const DatabaseEntryIdentifier& id) const {
+    return directory_ + "/" + name_ + "_" + id + ".ade";
+  }
+
+  const std::string& directory() const noexcept { return directory_; }
+  const std::string& name() const noexcept { return name_; }
+  unsigned int mode() const noexcept { return mode_; }
+
+  void read_index_file();
+  void write_index_file() const;
+
+  // Reads the entry file `path` into `entry`; a short or failed read throws
+  // database_error "ArchiveDatabase::read_entry: truncated or corrupt entry
+  // file: <path>".
+  void read_entry(const std::string& path, Entry& entry) const;
+  // Writes version 6 and `entry` at the start of `path`, keeping any longer
+  // old content behind it.
+  void write_entry(const std::string& path, const Entry& entry) const;
+
+  int size() const override { return static_cast<int>(identifiers_.size()); }
+  DatabaseEntryIdentifier identifier(int i) const override;
+  bool identifier_exists(const DatabaseEntryIdentifier& id) const override { return index(id) != size(); }
+  int index(const DatabaseEntryIdentifier& id) const override;
+  THandle<Entry> entry(int i) const override;
+  THandle<Entry> entry(const DatabaseEntryIdentifier& id) const override;
+  bool writable() const override { return (mode_ & Archive::WRITE) != 0; }
+
+  void append(THandle<Entry> entry) override;
+  void replace(THandle<Entry> entry) override;
+  void remove(const DatabaseEntryIdentifier& id) override;
+  void flush() override {}
+
+  // Deletes the index file and every entry file it lists (identifiers that
+  // would name a file outside the directory are left alone).
+  static void delete_database_files(const std::string& directory, const std::string& name);
+
+ private:
+  void check_position(int i) const {
+    if (i < 0 || i >= size()) this->entry_error("ArchiveDatabase", i);
+  }
+
+  std::string directory_;
+  std::string name_;
+  std::vector<DatabaseEntryIdentifier> identifiers_;
+  unsigned int mode_;
+  detail::FirstPositionIndex positions_;
+  std::unique_ptr<detail::IndexFile> index_file_;
+};
+
+template <class Entry>
+ArchiveDatabase<Entry>::ArchiveDatabase(const std::string& directory, const std::string& name, unsigned int mode)
+    : directory_(directory),
+      name_(name),
+      mode_(mode),
+      index_file_(std::make_unique<detail::IndexFile>(index_file_path(directory, name))) {
+  read_index_file();
+}
+
+template <class Entry>
+std::string ArchiveDatabase<Entry>::index_file_path(const std::string& directory, const std::string& name) {
+  return directory + "/" + name + ".adi";
+}
+
+template <class Entry>
+void ArchiveDatabase<Entry>::read_index_file() {
+  identifiers_.clear();
+  positions_.rebuild(identifiers_);
+  identifiers_ = index_file_->load();
+  positions_.rebuild(identifiers_);
+}
+
+template <class Entry>
+void ArchiveDatabase<Entry>::write_index_file() const {
+  index_file_->rewrite(identifiers_);
+}
+
+template <class Entry>
+void ArchiveDatabase<Entry>::read_entry(const std::string& path, Entry& entry) const {
+  VersionedArchive archive(path, Archive::READ);
+  int version = 0;
+  archive >> version;
+  archive.file_version = version;
+  entry.read(archive);
+  if (archive.failed()) {
+    throw database_error("ArchiveDatabase::read_entry: truncated or corrupt entry file: " + path);
+  }
+}
+
+template <class Entry>
+void ArchiveDatabase<Entry>::write_entry(const std::string& path, const Entry& entry) const {
+  if constexpr (std::is_same_v<Entry, DatabaseEntry<std::string>>) {
+    detail::overwrite_file_start(path, detail::string_entry_image(entry.identifier(), *entry.data()));
+  } else {
+    VersionedArchive archive(path, Archive::READ | Archive::WRITE);
+    archive << static_cast<int>(VersionedArchive::current_version);
+    entry.write(archive);
+    archive.close();
+    if (archive.failed()) throw database_error("ArchiveDatabase::write_entry: cannot write " + path);
+  }
+}
+
+template <class Entry>
+DatabaseEntryIdentifier ArchiveDatabase<Entry>::identifier(int i) const {
+  check_position(i);
+  return identifiers_[static_cast<std::size_t>(i)];
+}
+
+template <class Entry>
+int ArchiveDatabase<Entry>::index(const DatabaseEntryIdentifier& id) const {
+  const int i = positions_.find(identifiers_, id);
+  return i < 0 ? size() : i;
+}
+
+template <class Entry>
+THandle<Entry> ArchiveDatabase<Entry>::entry(int i) const {
+  check_position(i);
+  THandle<Entry> result(new Entry());
+  read_entry(absolute_entry_file_name(identifiers_[static_cast<std::size_t>(i)]), *result);
+  return result;
+}
+
+template <class Entry>
+THandle<Entry> ArchiveDatabase<Entry>::entry(const DatabaseEntryIdentifier& id) const {
+  const int i = index(id);
+  if (i == size()) this->entry_error("ArchiveDatabase", id);
+  return entry(i);
+}
+
+template <class Entry>
+void ArchiveDatabase<Entry>::append(THandle<Entry> entry) {
+  if (!writable()) throw database_error("ArchiveDatabase::append: database is not opened for writing");
+  const DatabaseEntryIdentifier id = entry->identifier();
+  detail::check_entry_file_identifier("append", id);
+  detail::check_index_identifier("append", id);
+  if (identifier_exists(id)) {
+    throw database_error("ArchiveDatabase::append: database already contains an entry with this identifier: " + id);
+  }
+  write_entry(absolute_entry_file_name(id), *entry);
+  identifiers_.push_back(id);
+  positions_.add(identifiers_, size() - 1);
+  try {
+    index_file_->append_last(identifiers_);
+  } catch (...) {
+    identifiers_.pop_back();
+    positions_.rebuild(identifiers_);
+    throw;
+  }
+}
+
+template <class Entry>
+void ArchiveDatabase<Entry>::replace(THandle<Entry> entry) {
+  if (!writable()) throw database_error("ArchiveDatabase::replace: database is not opened for writing");
+  const DatabaseEntryIdentifier id = entry->identifier();
+  detail::check_entry_file_identifier("replace", id);
+  if (!identifier_exists(id)) {
+    throw database_error("ArchiveDatabase::replace: database does not contain an entry with this identifier: " +
+                         id);
+  }
+  write_entry(absolute_entry_file_name(id), *entry);
+}
+
+template <class Entry>
+void ArchiveDatabase<Entry>::remove(const DatabaseEntryIdentifier& id) {
+  if (!writable()) throw database_error("ArchiveDatabase::remove: database is not opened for writing");
+  detail::check_entry_file_identifier("remove", id);
+  const int i = index(id);
+  if (i == size()) {
+    throw database_error("ArchiveDatabase::remove: database does not contain an entry with this identifier: " + id);
+  }
+  const DatabaseEntryIdentifier removed = identifiers_[static_cast<std::size_t>(i)];
+  identifiers_.erase(identifiers_.begin() + i);
+  try {
+    index_file_->rewrite(identifiers_);
+  } catch (...) {
+    identifiers_.insert(identifiers_.begin() + i, removed);
+    positions_.rebuild(identifiers_);
+    throw;
+  }
+  positions_.rebuild(identifiers_);
+  std::remove(absolute_entry_file_name(removed).c_str());
+}
+
+template <class Entry>
+void ArchiveDatabase<Entry>::delete_database_files(const std::string& directory, const std::string& name) {
+  ArchiveDatabase database(directory, name, Archive::WRITE);
+  // The index goes first: a crash part-way leaves unlisted files, never an
+  // index that lists missing ones.
+  detail::IndexFile::remove_files(database.absolute_database_name());
+  for (auto it = database.identifiers_.rbegin(); it != database.identifiers_.rend(); ++it) {
+    try {
+      detail::check_entry_file_identifier("remove", *it);
+    } catch (const database_error&) {
+      continue;
+    }
+    const std::string path = database.absolute_entry_file_name(*it);
+    std::remove(path.c_str());
+    std::remove((path + ".tmp").c_str());
+  }
+}
+
+extern template class Database<DatabaseEntry<std::string>>;
+extern template class ArchiveDatabase<DatabaseEntry<std::string>>;
+
+}  // namespace vorn
+
+#endif  // VORN_DATABASE_ARCHIVEDATABASE_H_

@@ -1,0 +1,19 @@
+// HandleReadRegistryBase: the common base of the per-type read registries,
+// so that a PersistentReadStream can keep registries of unrelated handle
+// types in one map. Users never touch it directly.
+#ifndef VORN_PERSISTENCE_HANDLEREADREGISTRYBASE_H_
+#define VORN_PERSISTENCE_HANDLEREADREGISTRYBASE_H_
+
+namespace vorn {
+
+class HandleReadRegistryBase {
+ public:
+  HandleReadRegistryBase() = default;
+  HandleReadRegistryBase(const HandleReadRegistryBase&) = delete;
+  HandleReadRegistryBase& operator=(const HandleReadRegistryBase&) = delete;
+  virtual ~HandleReadRegistryBase() = default;
+};
+
+}  // namespace vorn
+
+#endif  // VORN_PERSISTENCE_HANDLEREADREGISTRYBASE_H_

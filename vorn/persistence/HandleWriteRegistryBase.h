@@ -1,0 +1,19 @@
+// HandleWriteRegistryBase: the common base of the per-type write registries,
+// so that a PersistentWriteStream can keep registries of unrelated handle
+// types in one map. Users never touch it directly.
+#ifndef VORN_PERSISTENCE_HANDLEWRITEREGISTRYBASE_H_
+#define VORN_PERSISTENCE_HANDLEWRITEREGISTRYBASE_H_
+
+namespace vorn {
+
+class HandleWriteRegistryBase {
+ public:
+  HandleWriteRegistryBase() = default;
+  HandleWriteRegistryBase(const HandleWriteRegistryBase&) = delete;
+  HandleWriteRegistryBase& operator=(const HandleWriteRegistryBase&) = delete;
+  virtual ~HandleWriteRegistryBase() = default;
+};
+
+}  // namespace vorn
+
+#endif  // VORN_PERSISTENCE_HANDLEWRITEREGISTRYBASE_H_

@@ -1,0 +1,40 @@
+#include "vorn/persistence/PersistentWriteStream.h"
+
+#include <stdexcept>
+
+namespace vorn {
+
+PersistentWriteStream::PersistentWriteStream() : counter_(new Counter) {}
+
+PersistentWriteStream::~PersistentWriteStream() = default;
+
+void PersistentWriteStream::check_stream_supports_polymorphism() const {
+  if (!supports_polymorphism())
+    throw std::runtime_error("Failed whilst writing as stream does not support polymorphism");
+}
+
+void PersistentWriteStream::non_registered_type_error(const std::string& type_name) const {
+  throw std::runtime_error("Error: Type '" + type_name + "' has not been registered with PolymorphicFactory");
+}
+
+#define VORN_DEFAULT_WRITE_ARRAY(Type)                                                                \
+  void PersistentWriteStream::write_array(const char* tag, const Type* values, std::size_t count) { \
+    for (std::size_t i = 0; i < count; ++i) write(tag, values[i]);                                   \
+  }
+
+VORN_DEFAULT_WRITE_ARRAY(char)
+VORN_DEFAULT_WRITE_ARRAY(unsigned char)
+VORN_DEFAULT_WRITE_ARRAY(bool)
+VORN_DEFAULT_WRITE_ARRAY(short)
+VORN_DEFAULT_WRITE_ARRAY(unsigned short)
+VORN_DEFAULT_WRITE_ARRAY(int)
+VORN_DEFAULT_WRITE_ARRAY(unsigned int)
+VORN_DEFAULT_WRITE_ARRAY(long)
+VORN_DEFAULT_WRITE_ARRAY(unsigned long)
+VORN_DEFAULT_WRITE_ARRAY(float)
+VORN_DEFAULT_WRITE_ARRAY(double)
+VORN_DEFAULT_WRITE_ARRAY(long double)
+
+#undef VORN_DEFAULT_WRITE_ARRAY
+
+}  // namespace vorn
