@@ -78,6 +78,37 @@ TEST(ArchiveReadStream, PositionalReading) {
   EXPECT_THROW(s.read("x", four), std::runtime_error);
 }
 
+TEST(ArchiveReadStream, StringsAreCutAtTheirFirstNul) {
+  std::string long_text(10000, '\x80');
+  long_text[9000] = '\0';
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {std::string("\0abc", 4), ""},
+      {std::string("1234567\0", 8), "1234567"},
+      {std::string("12345678\0x", 10), "12345678"},
+      {std::string("123456789abcdef\0", 16), "123456789abcdef"},
+      {std::string(17, '\xFF'), std::string(17, '\xFF')},
+      {long_text, long_text.substr(0, 9000)},
+  };
+  for (const auto& [stored, expected] : cases) {
+    SCOPED_TRACE(expected.size());
+    TempFile file;
+    {
+      Archive archive(file.name(), Archive::WRITE);
+      ArchiveWriteStream s(archive);
+      s.write("text", stored);
+      s.write("after", 5);
+    }
+    Archive archive(file.name(), Archive::READ);
+    ArchiveReadStream s(archive);
+    std::string text;
+    int after = 0;
+    s.read("text", text);
+    s.read("after", after);
+    EXPECT_EQ(text, expected);
+    EXPECT_EQ(after, 5);
+  }
+}
+
 // Streams that ignore the run path, to compare the run path against.
 class ItemByItemWriteStream : public ArchiveWriteStream {
  public:

@@ -49,6 +49,7 @@ TEST(DebugPrintStream, ValueFormats) {
       {debug_print_text(1.0L / 3, "ld"), "ld: 0.333333 "},
       {debug_print_text(std::string(), "e"), "e: '' "},
       {debug_print_text(std::string("it's"), "t"), "t: 'it's' "},
+      {debug_print_text("literal", "t"), "t: 'literal' "},
       {debug_print_text(Point(), "p"), "p (Point)\n    x: 1     y: 2 \n"},
       {debug_print_text(Point()), " (Point)\n    x: 1     y: 2 \n"},
       {debug_print_text(Segment{{}, {3, 4}, "s"}, "seg"),

@@ -1,12 +1,13 @@
 #include "vorn/persistence/Archive.h"
 
-#include <sys/stat.h>
-
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
+
+#include <sys/stat.h>
 
 namespace vorn {
 
@@ -124,10 +125,6 @@ inline std::uint32_t load_big_endian32(const unsigned char* in) noexcept {
 #else
   return (std::uint32_t{in[0]} << 24) | (std::uint32_t{in[1]} << 16) | (std::uint32_t{in[2]} << 8) | in[3];
 #endif
-}
-
-inline std::uint64_t load_big_endian64(const unsigned char* in) noexcept {
-  return (std::uint64_t{load_big_endian32(in)} << 32) | load_big_endian32(in + 4);
 }
 
 // Copy n values of 2, 4 or 8 bytes from `in` to `out` in file byte order.
@@ -296,6 +293,20 @@ std::size_t Archive::read_bytes(void* data, std::size_t size) {
     std::memset(static_cast<unsigned char*>(data) + got, 0, size - got);
   }
   return got;
+}
+
+std::size_t Archive::read_bytes(std::string& text, std::size_t size) {
+  if (file_ == nullptr) closed_error("read");
+#if defined(__GLIBC__)
+  if (size <= static_cast<std::size_t>(file_->_IO_read_end - file_->_IO_read_ptr)) {
+    text.assign(file_->_IO_read_ptr, size);
+    file_->_IO_read_ptr += size;
+    position_ += size;
+    return size;
+  }
+#endif
+  text.resize(size);
+  return read_bytes(text.data(), size);
 }
 
 template <class T>

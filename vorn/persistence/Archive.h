@@ -41,7 +41,8 @@
 // Throws std::invalid_argument from open() (and so from the constructor) for
 // a mode with both format bits ("Archive::open: all formats specified") or a
 // file that cannot be opened ("Archive::open: Couldn't open file: <name>"),
-// and from a portable write of an infinity or NaN.
+// and from a portable write of an infinity or NaN; std::runtime_error from
+// a read or write on a closed archive.
 #ifndef VORN_PERSISTENCE_ARCHIVE_H_
 #define VORN_PERSISTENCE_ARCHIVE_H_
 
@@ -152,6 +153,10 @@ class Archive {
   // zero-fills the rest of `data`.
   void write_bytes(const void* data, std::size_t size);
   std::size_t read_bytes(void* data, std::size_t size);
+
+  // Reads `size` raw bytes into `text`, replacing its contents; as
+  // read_bytes, but without filling the string first.
+  std::size_t read_bytes(std::string& text, std::size_t size);
 
  private:
   template <class T>

@@ -1,11 +1,33 @@
 #include "vorn/persistence/ArchiveReadStream.h"
 
 #include <cstdint>
-#include <string>
+#include <cstring>
 #include <sstream>
 #include <stdexcept>
+#include <string>
 
 namespace vorn {
+
+namespace {
+
+// The number of bytes before the first NUL in data[0, size), or size.
+// Strings are mostly short, so this scans eight bytes at a time inline
+// rather than calling the C library.
+std::size_t length_to_first_nul(const char* data, std::size_t size) noexcept {
+  constexpr std::uint64_t ones = 0x0101010101010101u;
+  constexpr std::uint64_t highs = 0x8080808080808080u;
+  std::size_t i = 0;
+  for (; i + 8 <= size; i += 8) {
+    std::uint64_t word;
+    std::memcpy(&word, data + i, 8);
+    if (((word - ones) & ~word & highs) != 0) break;
+  }
+  for (; i < size; ++i)
+    if (data[i] == '\0') return i;
+  return size;
+}
+
+}  // namespace
 
 ArchiveReadStream::~ArchiveReadStream() = default;
 
@@ -59,9 +81,8 @@ void ArchiveReadStream::read(const char* tag, std::string& value, PersistentRead
             << " bytes left in the file reading '" << tag << "'";
     throw std::runtime_error(message.str());
   }
-  value.resize(static_cast<std::size_t>(length));
-  if (archive_.read_bytes(value.data(), value.size()) != value.size()) end_of_file_error(tag);
-  const std::size_t text_length = std::char_traits<char>::length(value.c_str());
+  if (archive_.read_bytes(value, static_cast<std::size_t>(length)) != value.size()) end_of_file_error(tag);
+  const std::size_t text_length = length_to_first_nul(value.data(), value.size());
   if (text_length != value.size()) value.resize(text_length);
 }
 

@@ -16,9 +16,9 @@
 #ifndef VORN_PERSISTENCE_HANDLEREADREGISTRY_H_
 #define VORN_PERSISTENCE_HANDLEREADREGISTRY_H_
 
-#include <map>
 #include <sstream>
 #include <stdexcept>
+#include <unordered_map>
 #include <utility>
 
 #include "vorn/foundation/THandle.h"
@@ -50,12 +50,11 @@ class HandleReadRegistry : public HandleReadRegistryBase {
       message << "Handle serial number out of order.  Expected: " << expected << " was: " << serial;
       throw std::runtime_error(message.str());
     }
-    // Serials arrive in increasing order, so the new entry goes at the end.
-    handles_.emplace_hint(handles_.end(), serial, std::move(handle));
+    handles_.emplace(serial, std::move(handle));
   }
 
  private:
-  std::map<unsigned int, THandle<T>> handles_;
+  std::unordered_map<unsigned int, THandle<T>> handles_;
   THandle<Counter> counter_;
 };
 

@@ -12,11 +12,11 @@
 //
 // The registry holds a strong handle to every object it saved, so the
 // objects live at least as long as the stream. save() throws the null-handle
-// std::runtime_error when the registry has no counter.
+// std::runtime_error when the registry has no counter, and changes nothing.
 #ifndef VORN_PERSISTENCE_HANDLEWRITEREGISTRY_H_
 #define VORN_PERSISTENCE_HANDLEWRITEREGISTRY_H_
 
-#include <map>
+#include <unordered_map>
 #include <utility>
 
 #include "vorn/foundation/THandle.h"
@@ -33,15 +33,22 @@ class HandleWriteRegistry : public HandleWriteRegistryBase {
   // The serial number of the object `handle` designates, and whether this is
   // its first appearance. Two handles to one object are one entry.
   std::pair<unsigned int, bool> save(const THandle<T>& handle) {
-    auto found = serials_.lower_bound(handle);
-    if (found != serials_.end() && found->first == handle) return {found->second, false};
-    const unsigned int serial = counter_->value++;
-    serials_.emplace_hint(found, handle, serial);
-    return {serial, true};
+    Counter& counter = *counter_;  // a registry without a counter fails here, unchanged
+    auto [entry, inserted] = serials_.try_emplace(handle.unhand());
+    if (!inserted) return {entry->second.serial, false};
+    entry->second = {handle, counter.value++};
+    return {entry->second.serial, true};
   }
 
  private:
-  std::map<THandle<T>, unsigned int> serials_;
+  struct Saved {
+    THandle<T> handle;  // keeps the object, and so its address, alive
+    unsigned int serial = 0;
+  };
+
+  // Keyed by object address: two handles to one object are one entry. A hash
+  // map keeps a save at constant cost however large the graph.
+  std::unordered_map<const T*, Saved> serials_;
   THandle<Counter> counter_;
 };
 

@@ -16,9 +16,11 @@
 // elements go through the streams' write_array/read_array, so archive
 // streams store them quickly, with the same bytes as item by item.
 //
-// Reading never reserves memory from a count found in the stream: elements
-// are appended as they are read, and streams may refuse a count that their
-// medium cannot hold (see PersistentReadStream::check_item_count). Throws
+// Reading never trusts a count found in the stream: the stream first checks
+// it (an archive stream refuses a count that the rest of the file cannot
+// hold; see PersistentReadStream::check_item_count), and a vector reserves
+// only as many items as the stream vouches for; the rest are appended as
+// they are read. Reading replaces the container's previous contents. Throws
 // std::length_error when writing a container of more than 2^32 - 1 items,
 // std::runtime_error when a std::array is read from a container whose count
 // differs from its size, and whatever the stream throws.
@@ -32,6 +34,7 @@
 #include <iterator>
 #include <list>
 #include <map>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -174,19 +177,19 @@ void read_persistent_value(const char* tag, std::vector<T, A>& value, Persistent
                            PersistentReadStream& stream) {
   value.clear();
   if constexpr (detail::is_stream_primitive_v<T> && !std::is_same_v<T, bool>) {
-    // Reads straight into the vector: all at once when the stream vouches
-    // for the count, otherwise a chunk at a time.
+    // Reserves what the stream vouches for and appends the items a chunk at
+    // a time from a small buffer: the vector's memory is written only once.
     PersistentReadStream::Block block(stream, tag, "Container", presence);
     unsigned int count = 0;
     stream.read("count", count, ITEM_REQUIRED);
-    const std::size_t first = stream.check_item_count(tag, count, detail::MinimumEncodedBytes<T>::value);
-    value.resize(first);
-    stream.read_array("item", value.data(), first);
+    value.reserve(stream.check_item_count(tag, count, detail::MinimumEncodedBytes<T>::value));
     constexpr std::size_t chunk = PersistentReadStream::default_item_allocation;
-    for (std::size_t done = first; done < count;) {
+    const std::size_t buffer_size = count < chunk ? count : chunk;
+    std::unique_ptr<T[]> buffer(new T[buffer_size]);
+    for (std::size_t done = 0; done < count;) {
       const std::size_t n = count - done < chunk ? count - done : chunk;
-      value.resize(done + n);
-      stream.read_array("item", value.data() + done, n);
+      stream.read_array("item", buffer.get(), n);
+      value.insert(value.end(), buffer.get(), buffer.get() + n);
       done += n;
     }
   } else {

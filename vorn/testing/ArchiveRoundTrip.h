@@ -15,15 +15,16 @@
 #ifndef VORN_TESTING_ARCHIVEROUNDTRIP_H_
 #define VORN_TESTING_ARCHIVEROUNDTRIP_H_
 
-#include <stdlib.h>
-#include <unistd.h>
-
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include <stdlib.h>
+#include <unistd.h>
 
 #include "vorn/persistence/Archive.h"
 #include "vorn/persistence/ArchiveReadStream.h"
