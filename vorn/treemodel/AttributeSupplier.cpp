@@ -1,0 +1,7 @@
+#include "vorn/treemodel/AttributeSupplier.h"
+
+namespace vorn {
+
+AttributeSupplier::~AttributeSupplier() = default;
+
+}  // namespace vorn

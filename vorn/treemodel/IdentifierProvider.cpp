@@ -1,0 +1,7 @@
+#include "vorn/treemodel/IdentifierProvider.h"
+
+namespace vorn {
+
+IdentifierProvider::~IdentifierProvider() = default;
+
+}  // namespace vorn
