@@ -1,7 +1,11 @@
 // ClearHistoryCommand: when submitted to a CommandProcessor, empties its undo
 // and redo history, exactly as CommandProcessor::clear_history() does. It is
 // not itself recorded. Useful at the end of a command sequence after which
-// nothing should be undone (loading a new document, say).
+// nothing should be undone (loading a new document, say):
+//
+//   processor.submit(THandle<Command>(new LoadDocument(path)));
+//   processor.submit(THandle<Command>(new ClearHistoryCommand));
+//   processor.can_undo();   // false
 #ifndef VORN_COMMANDS_CLEARHISTORYCOMMAND_H_
 #define VORN_COMMANDS_CLEARHISTORYCOMMAND_H_
 

@@ -1,6 +1,10 @@
 // EndMacroCommand: closes the innermost open macro when submitted to a
 // CommandProcessor (see BeginMacroCommand). Submitting it with no macro open
-// is refused with std::logic_error.
+// is refused with std::logic_error:
+//
+//   processor.submit(THandle<Command>(new BeginMacroCommand("Normalise")));
+//   processor.submit(scale);
+//   processor.submit(THandle<Command>(new EndMacroCommand));   // one step
 #ifndef VORN_COMMANDS_ENDMACROCOMMAND_H_
 #define VORN_COMMANDS_ENDMACROCOMMAND_H_
 

@@ -1,6 +1,9 @@
 // HandleReadRegistryBase: the common base of the per-type read registries,
 // so that a PersistentReadStream can keep registries of unrelated handle
-// types in one map. Users never touch it directly.
+// types in one map. Users never touch it directly; the stream hands out the
+// typed registry:
+//
+//   THandle<HandleReadRegistry<Peak>> peaks = stream.registry(THandle<Peak>());
 #ifndef VORN_PERSISTENCE_HANDLEREADREGISTRYBASE_H_
 #define VORN_PERSISTENCE_HANDLEREADREGISTRYBASE_H_
 

@@ -1,6 +1,9 @@
 // HandleWriteRegistryBase: the common base of the per-type write registries,
 // so that a PersistentWriteStream can keep registries of unrelated handle
-// types in one map. Users never touch it directly.
+// types in one map. Users never touch it directly; the stream hands out the
+// typed registry:
+//
+//   THandle<HandleWriteRegistry<Peak>> peaks = stream.registry(THandle<Peak>());
 #ifndef VORN_PERSISTENCE_HANDLEWRITEREGISTRYBASE_H_
 #define VORN_PERSISTENCE_HANDLEWRITEREGISTRYBASE_H_
 

@@ -1,0 +1,35 @@
+// Progress monitoring: two processes report their steps to their own
+// monitors, a combined monitor averages them, and a text progress bar shows
+// the combined percentage (a bar on a terminal, plain lines elsewhere).
+#include <iostream>
+
+#include "vorn/vorn.h"
+
+namespace {
+
+// A stand-in for real work: `steps` steps, each reported to the monitor.
+void process(vorn::ProgressMonitorProcessInterface& monitor, int steps) {
+  monitor.set_steps(steps);
+  volatile double sink = 0;
+  for (int step = 1; step <= steps && !monitor.was_cancelled(); ++step) {
+    for (int i = 0; i < 20000; ++i) sink = sink + i * 0.5;
+    monitor.set_progress(step);
+  }
+  monitor.set_complete();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  vorn::VornLog::process_args(argc, argv);
+  vorn::THandle<vorn::ProgressMonitor> load(new vorn::ProgressMonitor);
+  vorn::THandle<vorn::ProgressMonitor> index(new vorn::ProgressMonitor);
+  vorn::MultipleProgressMonitor both({load, index});
+  {
+    vorn::TextProgressDisplay bar(both, std::cout, "loading and indexing");
+    process(*load, 300);
+    process(*index, 700);
+  }
+  std::cout << "combined: " << both.progress() << " of " << both.steps() << " (" << both.percentage() << "%)\n";
+  return 0;
+}

@@ -1,0 +1,52 @@
+// Shared pieces of the vorn tool: the command-line cursor, usage errors and
+// whole-file output that never leaves a half-written file behind.
+#ifndef VORN_TOOLS_VORN_CLI_H_
+#define VORN_TOOLS_VORN_CLI_H_
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace vorn::cli {
+
+// A mistake in the command line: reported with a hint and exit status 2.
+class UsageError : public std::runtime_error {
+ public:
+  explicit UsageError(const std::string& message) : std::runtime_error(message) {}
+};
+
+// The arguments after the subcommand, consumed front to back.
+class Arguments {
+ public:
+  Arguments(std::string command, std::vector<std::string> words);
+
+  const std::string& command() const noexcept { return command_; }
+  bool empty() const noexcept { return next_ == words_.size(); }
+  std::size_t remaining() const noexcept { return words_.size() - next_; }
+
+  // The next word; a UsageError naming `what` when there is none.
+  std::string take(const char* what);
+  // Removes `flag` wherever it stands among the remaining words.
+  bool take_flag(const std::string& flag);
+  // A UsageError when words are left over.
+  void expect_end() const;
+
+ private:
+  std::string command_;
+  std::vector<std::string> words_;
+  std::size_t next_ = 0;
+};
+
+// Whole file contents, or standard input for "-".
+std::string read_file(const std::string& path);
+
+// Writes `bytes` to `path` through a temporary file in the same directory
+// that is renamed into place, so `path` holds the old or the new content.
+void write_file_atomically(const std::string& path, const std::string& bytes);
+
+// Writes `bytes` to standard output and flushes; throws when that fails.
+void write_stdout(const std::string& bytes);
+
+}  // namespace vorn::cli
+
+#endif  // VORN_TOOLS_VORN_CLI_H_
