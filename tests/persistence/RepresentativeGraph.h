@@ -11,6 +11,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -20,6 +21,29 @@
 #include "vorn/persistence/PersistentWriteStream.h"
 
 namespace vorn::test {
+
+// Each type lists its fields once, as a tie of references under `tags`,
+// which serves both directions.
+template <class Tuple>
+void write_fields(PersistentWriteStream& stream, const char* const* tags, const Tuple& fields) {
+  std::size_t k = 0;
+  std::apply([&](const auto&... field) { (stream.write(tags[k++], field), ...); }, fields);
+}
+template <class Tuple>
+void read_fields(PersistentReadStream& stream, const char* const* tags, const Tuple& fields) {
+  std::size_t k = 0;
+  std::apply([&](auto&... field) { (stream.read(tags[k++], field), ...); }, fields);
+}
+
+#define VORN_TEST_BLOCK(Type)                                                           \
+  void write(const char* tag, PersistentWriteStream& s) const {                         \
+    PersistentWriteStream::Block block(s, tag, #Type);                                  \
+    write_fields(s, tags, fields(*this));                                               \
+  }                                                                                     \
+  void read(const char* tag, PersistentReadStreamPresence p, PersistentReadStream& s) { \
+    PersistentReadStream::Block block(s, tag, #Type, p);                                \
+    read_fields(s, tags, fields(*this));                                                \
+  }
 
 struct Primitives {
   char c = 0;
@@ -35,59 +59,25 @@ struct Primitives {
   double d = 0;
   long double ld = 0;
 
-  void write(const char* tag, PersistentWriteStream& stream) const {
-    PersistentWriteStream::Block block(stream, tag, "Primitives");
-    stream.write("c", c);
-    stream.write("uc", uc);
-    stream.write("b", b);
-    stream.write("s", s);
-    stream.write("us", us);
-    stream.write("i", i);
-    stream.write("ui", ui);
-    stream.write("l", l);
-    stream.write("ul", ul);
-    stream.write("f", f);
-    stream.write("d", d);
-    stream.write("ld", ld);
+  static constexpr const char* tags[] = {"c", "uc", "b", "s", "us", "i", "ui", "l", "ul", "f", "d", "ld"};
+  template <class Self>
+  static auto fields(Self& x) {
+    return std::tie(x.c, x.uc, x.b, x.s, x.us, x.i, x.ui, x.l, x.ul, x.f, x.d, x.ld);
   }
-
-  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& stream) {
-    PersistentReadStream::Block block(stream, tag, "Primitives", presence);
-    stream.read("c", c);
-    stream.read("uc", uc);
-    stream.read("b", b);
-    stream.read("s", s);
-    stream.read("us", us);
-    stream.read("i", i);
-    stream.read("ui", ui);
-    stream.read("l", l);
-    stream.read("ul", ul);
-    stream.read("f", f);
-    stream.read("d", d);
-    stream.read("ld", ld);
-  }
-
-  bool operator==(const Primitives& o) const {
-    return c == o.c && uc == o.uc && b == o.b && s == o.s && us == o.us && i == o.i && ui == o.ui && l == o.l &&
-           ul == o.ul && f == o.f && d == o.d && ld == o.ld;
-  }
+  VORN_TEST_BLOCK(Primitives)
+  bool operator==(const Primitives& o) const { return fields(*this) == fields(o); }
 };
 
 struct Leaf {
   std::string name;
   int weight = 0;
 
-  void write(const char* tag, PersistentWriteStream& stream) const {
-    PersistentWriteStream::Block block(stream, tag, "Leaf");
-    stream.write("name", name);
-    stream.write("weight", weight);
+  static constexpr const char* tags[] = {"name", "weight"};
+  template <class Self>
+  static auto fields(Self& x) {
+    return std::tie(x.name, x.weight);
   }
-
-  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& stream) {
-    PersistentReadStream::Block block(stream, tag, "Leaf", presence);
-    stream.read("name", name);
-    stream.read("weight", weight);
-  }
+  VORN_TEST_BLOCK(Leaf)
 };
 
 // A node of a ring. Live nodes are tracked so that a test can break every
@@ -113,19 +103,12 @@ struct Node {
     detached.clear();
   }
 
-  void write(const char* tag, PersistentWriteStream& stream) const {
-    PersistentWriteStream::Block block(stream, tag, "Node");
-    stream.write("label", label);
-    stream.write("leaf", leaf);
-    stream.write("next", next);
+  static constexpr const char* tags[] = {"label", "leaf", "next"};
+  template <class Self>
+  static auto fields(Self& x) {
+    return std::tie(x.label, x.leaf, x.next);
   }
-
-  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& stream) {
-    PersistentReadStream::Block block(stream, tag, "Node", presence);
-    stream.read("label", label);
-    stream.read("leaf", leaf);
-    stream.read("next", next);
-  }
+  VORN_TEST_BLOCK(Node)
 };
 
 struct Graph {
@@ -152,80 +135,47 @@ struct Graph {
   // The same contents every time; floating-point values are exact in both
   // formats so that portable round trips compare equal.
   static Graph make() {
-    Graph g;
-    g.primitives = {'A', 200, true, -2, 65000, -123456, 4000000000u, -7, 123456789UL, 1.5f, -0.1, 0.625L};
-    g.text = "representative";
-    g.numbers = {1, -1, 0x7FFFFFFF};
-    g.words = {"alpha", "", "gamma"};
-    g.flags = {true, false, true};
-    g.shorts = {-300, 300};
-    g.nested = {{0.5, -2.25}, {}, {1e10}};
-    g.names = {"x", "y"};
-    g.repeated = {3, 3, 1};
-    g.series = {{"a", {1, 2}}, {"b", {}}};
-    g.index = {{1, "one"}, {1, "uno"}, {2, "two"}};
-    g.pair = {7u, "seven"};
-    g.triple = {0.25f, -1.0f, 8.0f};
-    g.first_leaf = THandle<Leaf>(new Leaf{"shared", 42});
+    Graph g{{'A', 200, true, -2, 65000, -123456, 4000000000u, -7, 123456789UL, 1.5f, -0.1, 0.625L},
+            "",
+            "representative",
+            {1, -1, 0x7FFFFFFF},
+            {"alpha", "", "gamma"},
+            {true, false, true},
+            {-300, 300},
+            {{0.5, -2.25}, {}, {1e10}},
+            {"x", "y"},
+            {3, 3, 1},
+            {{"a", {1, 2}}, {"b", {}}},
+            {{1, "one"}, {1, "uno"}, {2, "two"}},
+            {7u, "seven"},
+            {0.25f, -1.0f, 8.0f},
+            {},
+            THandle<Leaf>(new Leaf{"shared", 42}),
+            {},
+            {},
+            THandle<Node>(new Node)};
     g.second_leaf = g.first_leaf;
     g.leaves = {g.first_leaf, THandle<Leaf>(new Leaf{"own", -1}), THandle<Leaf>()};
-    THandle<Node> alpha(new Node);
-    THandle<Node> beta(new Node);
-    alpha->label = "alpha";
-    alpha->leaf = g.first_leaf;
-    alpha->next = beta;
-    beta->label = "beta";
-    beta->leaf = g.leaves[1];
-    beta->next = alpha;
-    g.ring = alpha;
+    g.ring->label = "alpha";
+    g.ring->leaf = g.first_leaf;
+    g.ring->next = THandle<Node>(new Node);
+    g.ring->next->label = "beta";
+    g.ring->next->leaf = g.leaves[1];
+    g.ring->next->next = g.ring;
     return g;
   }
 
-  void write(const char* tag, PersistentWriteStream& stream) const {
-    PersistentWriteStream::Block block(stream, tag, "Graph");
-    stream.write("primitives", primitives);
-    stream.write("empty_text", empty_text);
-    stream.write("text", text);
-    stream.write("numbers", numbers);
-    stream.write("words", words);
-    stream.write("flags", flags);
-    stream.write("shorts", shorts);
-    stream.write("nested", nested);
-    stream.write("names", names);
-    stream.write("repeated", repeated);
-    stream.write("series", series);
-    stream.write("index", index);
-    stream.write("pair", pair);
-    stream.write("triple", triple);
-    stream.write("missing", missing);
-    stream.write("first_leaf", first_leaf);
-    stream.write("ring", ring);
-    stream.write("second_leaf", second_leaf);
-    stream.write("leaves", leaves);
+  static constexpr const char* tags[] = {"primitives", "empty_text", "text",   "numbers",     "words",
+                                         "flags",      "shorts",     "nested", "names",       "repeated",
+                                         "series",     "index",      "pair",   "triple",      "missing",
+                                         "first_leaf", "ring",       "second_leaf", "leaves"};
+  template <class Self>
+  static auto fields(Self& x) {
+    return std::tie(x.primitives, x.empty_text, x.text, x.numbers, x.words, x.flags, x.shorts, x.nested, x.names,
+                    x.repeated, x.series, x.index, x.pair, x.triple, x.missing, x.first_leaf, x.ring, x.second_leaf,
+                    x.leaves);
   }
-
-  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& stream) {
-    PersistentReadStream::Block block(stream, tag, "Graph", presence);
-    stream.read("primitives", primitives);
-    stream.read("empty_text", empty_text);
-    stream.read("text", text);
-    stream.read("numbers", numbers);
-    stream.read("words", words);
-    stream.read("flags", flags);
-    stream.read("shorts", shorts);
-    stream.read("nested", nested);
-    stream.read("names", names);
-    stream.read("repeated", repeated);
-    stream.read("series", series);
-    stream.read("index", index);
-    stream.read("pair", pair);
-    stream.read("triple", triple);
-    stream.read("missing", missing);
-    stream.read("first_leaf", first_leaf);
-    stream.read("ring", ring);
-    stream.read("second_leaf", second_leaf);
-    stream.read("leaves", leaves);
-  }
+  VORN_TEST_BLOCK(Graph)
 
   // Equal values, ignoring identity.
   bool same_values(const Graph& o) const {
@@ -255,6 +205,8 @@ struct Graph {
            ring->next->leaf == leaves[1] && missing == nullptr;
   }
 };
+
+#undef VORN_TEST_BLOCK
 
 }  // namespace vorn::test
 

@@ -20,8 +20,12 @@ struct TaggedItem {
   std::string tag;
   std::string type_name;  // BEGIN only
   long double number = 0;
-  std::string text;
+  std::string text{};
 };
+
+#define VORN_TAGGED_NUMBERS(X)                                                                             \
+  X(char) X(unsigned char) X(bool) X(short) X(unsigned short) X(int) X(unsigned int) X(long) X(unsigned long) \
+  X(float) X(double) X(long double)
 
 class TaggedWriteStream : public PersistentWriteStream {
  public:
@@ -29,26 +33,13 @@ class TaggedWriteStream : public PersistentWriteStream {
   std::vector<TaggedItem> items;
 
   bool supports_polymorphism() const override { return true; }
-  void write(const char* tag, char v) override { number(tag, v); }
-  void write(const char* tag, unsigned char v) override { number(tag, v); }
-  void write(const char* tag, bool v) override { number(tag, v); }
-  void write(const char* tag, short v) override { number(tag, v); }
-  void write(const char* tag, unsigned short v) override { number(tag, v); }
-  void write(const char* tag, int v) override { number(tag, v); }
-  void write(const char* tag, unsigned int v) override { number(tag, v); }
-  void write(const char* tag, long v) override { number(tag, v); }
-  void write(const char* tag, unsigned long v) override { number(tag, v); }
-  void write(const char* tag, float v) override { number(tag, v); }
-  void write(const char* tag, double v) override { number(tag, v); }
-  void write(const char* tag, long double v) override { number(tag, v); }
+#define VORN_TAGGED_WRITE(T) \
+  void write(const char* tag, T v) override { items.push_back({TaggedItem::VALUE, tag, "", 1.0L * v, ""}); }
+  VORN_TAGGED_NUMBERS(VORN_TAGGED_WRITE)
+#undef VORN_TAGGED_WRITE
   void write(const char* tag, const std::string& v) override { items.push_back({TaggedItem::VALUE, tag, "", 0, v}); }
-  void begin_block(const char* tag, const char* type_name) override {
-    items.push_back({TaggedItem::BEGIN, tag, type_name, 0, ""});
-  }
-  void end_block() override { items.push_back({TaggedItem::END, "", "", 0, ""}); }
-
- private:
-  void number(const char* tag, long double v) { items.push_back({TaggedItem::VALUE, tag, "", v, ""}); }
+  void begin_block(const char* tag, const char* type) override { items.push_back({TaggedItem::BEGIN, tag, type}); }
+  void end_block() override { items.push_back({TaggedItem::END, "", ""}); }
 };
 
 // Reads the items in order; a block or value whose tag does not match the
@@ -58,54 +49,48 @@ class TaggedReadStream : public PersistentReadStream {
   using PersistentReadStream::read;
   explicit TaggedReadStream(std::vector<TaggedItem> items) : items_(std::move(items)) {}
 
-  void read(const char* tag, char& v, PersistentReadStreamPresence p) override { number(tag, v, p); }
-  void read(const char* tag, unsigned char& v, PersistentReadStreamPresence p) override { number(tag, v, p); }
-  void read(const char* tag, bool& v, PersistentReadStreamPresence p) override { number(tag, v, p); }
-  void read(const char* tag, short& v, PersistentReadStreamPresence p) override { number(tag, v, p); }
-  void read(const char* tag, unsigned short& v, PersistentReadStreamPresence p) override { number(tag, v, p); }
-  void read(const char* tag, int& v, PersistentReadStreamPresence p) override { number(tag, v, p); }
-  void read(const char* tag, unsigned int& v, PersistentReadStreamPresence p) override { number(tag, v, p); }
-  void read(const char* tag, long& v, PersistentReadStreamPresence p) override { number(tag, v, p); }
-  void read(const char* tag, unsigned long& v, PersistentReadStreamPresence p) override { number(tag, v, p); }
-  void read(const char* tag, float& v, PersistentReadStreamPresence p) override { number(tag, v, p); }
-  void read(const char* tag, double& v, PersistentReadStreamPresence p) override { number(tag, v, p); }
-  void read(const char* tag, long double& v, PersistentReadStreamPresence p) override { number(tag, v, p); }
-  void read(const char* tag, std::string& v, PersistentReadStreamPresence p) override { v = next_value(tag, p).text; }
+#define VORN_TAGGED_READ(T)                                                   \
+  void read(const char* tag, T& v, PersistentReadStreamPresence p) override { \
+    v = static_cast<T>(next_value(tag, p).number);                            \
+  }
+  VORN_TAGGED_NUMBERS(VORN_TAGGED_READ)
+#undef VORN_TAGGED_READ
+  void read(const char* tag, std::string& v, PersistentReadStreamPresence p) override {
+    v = next_value(tag, p).text;
+  }
 
-  bool find_block(const char* tag, const char* type_name, PersistentReadStreamPresence) override {
-    if (at_end() || items_[next_].kind != TaggedItem::BEGIN || items_[next_].tag != tag) return false;
-    if (items_[next_].type_name != type_name) return false;
+  bool find_block(const char* tag, const char* type_name, PersistentReadStreamPresence p) override {
+    std::string found;
+    if (!find_type(tag, found, p) || found != type_name) return false;
     ++next_;
     return true;
   }
 
   // The type name of the block that comes next under `tag`.
   bool find_type(const char* tag, std::string& type_name, PersistentReadStreamPresence) override {
-    if (at_end() || items_[next_].kind != TaggedItem::BEGIN || items_[next_].tag != tag) return false;
+    if (!at(TaggedItem::BEGIN, tag)) return false;
     type_name = items_[next_].type_name;
     return true;
   }
 
-  void end_read_block() override {
-    if (!at_end() && items_[next_].kind == TaggedItem::END) ++next_;
-  }
+  void end_read_block() override { next_ += at(TaggedItem::END, "") ? 1 : 0; }
 
   bool at_end() const { return next_ >= items_.size(); }
 
  private:
-  const TaggedItem& next_value(const char* tag, PersistentReadStreamPresence presence) {
-    if (at_end() || items_[next_].kind != TaggedItem::VALUE || items_[next_].tag != tag)
-      send_error(tag, "value", presence);
-    return items_[next_++];
+  bool at(TaggedItem::Kind kind, const char* tag) const {
+    return !at_end() && items_[next_].kind == kind && items_[next_].tag == tag;
   }
-  template <class T>
-  void number(const char* tag, T& v, PersistentReadStreamPresence presence) {
-    v = static_cast<T>(next_value(tag, presence).number);
+  const TaggedItem& next_value(const char* tag, PersistentReadStreamPresence presence) {
+    if (!at(TaggedItem::VALUE, tag)) send_error(tag, "value", presence);
+    return items_[next_++];
   }
 
   std::vector<TaggedItem> items_;
   std::size_t next_ = 0;
 };
+
+#undef VORN_TAGGED_NUMBERS
 
 }  // namespace vorn::test
 
