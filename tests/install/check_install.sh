@@ -16,6 +16,11 @@ check() {
   [ "$output" = "consumer ok 42" ] || { echo "unexpected output from $1: $output" >&2; exit 1; }
 }
 
+echo "-- the installed tool"
+"$work/prefix/bin/vorn" --version | grep -q '^vorn ' || { echo "bin/vorn missing or broken" >&2; exit 1; }
+ls "$work/prefix"/lib*/libvorn.so.0.* >/dev/null 2>&1 || ls "$work/prefix"/lib/*/libvorn.so.0.* >/dev/null \
+  || { echo "versioned libvorn.so missing" >&2; exit 1; }
+
 echo "-- find_package"
 cmake -S "$here/consumer" -B "$work/find_package" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
 cmake --build "$work/find_package" >/dev/null
