@@ -176,7 +176,7 @@ TEST(ArchiveDatabase, ErrorMessagesLeaveFilesUnchanged) {
       {[&] { db.replace(make_entry("..", "b")); }, "ArchiveDatabase::replace" + outside + ".."},
       {[&] { db.remove(Id("a/..")); }, "ArchiveDatabase::remove" + outside + "a/.."},
       {[&] { db.append(make_entry(std::string("a\0b", 3), "b")); },
-       "ArchiveDatabase::append" + outside + "a"},  // what() ends at the zero byte
+       "ArchiveDatabase::append" + outside + "a\\0b"},
       {[&] { db.append(make_entry("a\nb", "b")); },
        "ArchiveDatabase::append: identifier cannot be stored in the index file: a\nb"},
       // The abstract interface refuses changes on its own.

@@ -39,8 +39,17 @@ void check_entry_file_identifier(const char* operation, const DatabaseEntryIdent
     start = slash + 1;
   }
   if (bad) {
+    // A zero byte is shown as \0: written raw it would end the message.
+    std::string shown;
+    for (char c : text) {
+      if (c == '\0') {
+        shown += "\\0";
+      } else {
+        shown += c;
+      }
+    }
     throw database_error(std::string("ArchiveDatabase::") + operation +
-                         ": identifier does not name a file inside the database directory: " + text);
+                         ": identifier does not name a file inside the database directory: " + shown);
   }
 }
 
