@@ -135,7 +135,6 @@ bool CommandProcessor::submit_end_macro() {
   const bool was_clean = is_clean();
   if (--macro_depth_ == 0) {
     THandle<Macro> macro = std::move(open_macro_);
-    open_macro_ = THandle<Macro>();
     VORN_DEBUG_TRACE(2, "CommandProcessor::submit end of macro '" << macro->name() << "' with "
                                                                   << macro->commands().size() << " commands");
     if (!macro->commands().empty()) record(macro);

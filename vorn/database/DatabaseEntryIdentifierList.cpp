@@ -7,7 +7,6 @@
 #include <ostream>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 
 #include "vorn/database/detail/ListText.h"
 
@@ -39,19 +38,7 @@ void DatabaseEntryIdentifierList::remove_duplicates() {
     ids_.erase(std::unique(ids_.begin(), ids_.end()), ids_.end());
     return;
   }
-  std::vector<bool> keep(ids_.size());
-  {
-    std::unordered_set<const DatabaseEntryIdentifier*, IdentifierPointerHash, IdentifierPointerEqual> seen;
-    seen.reserve(ids_.size());
-    for (std::size_t i = 0; i < ids_.size(); ++i) keep[i] = seen.insert(&ids_[i]).second;
-  }
-  std::size_t out = 0;
-  for (std::size_t i = 0; i < ids_.size(); ++i) {
-    if (!keep[i]) continue;
-    if (out != i) ids_[out] = std::move(ids_[i]);
-    ++out;
-  }
-  ids_.resize(out);
+  detail::remove_later_duplicates(ids_, IdentifierPointerHash{}, IdentifierPointerEqual{});
 }
 
 void DatabaseEntryIdentifierList::sort() {
@@ -136,14 +123,7 @@ void DatabaseEntryIdentifierList::read_from_file(std::istream& in) {
 }
 
 void DatabaseEntryIdentifierList::write_gcd_file(std::ostream& out) const {
-  std::string text;
-  std::size_t total = 0;
-  for (const auto& id : ids_) total += id.text().size() + 1;
-  text.reserve(total);
-  for (const auto& id : ids_) {
-    text += id.text();
-    text += '\n';
-  }
+  const std::string text = detail::identifier_lines(ids_);
   out.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 

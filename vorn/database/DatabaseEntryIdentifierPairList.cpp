@@ -6,7 +6,6 @@
 #include <ostream>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 
 #include "vorn/database/detail/ListText.h"
 
@@ -72,19 +71,7 @@ void DatabaseEntryIdentifierPairList::add(const DatabaseEntryIdentifierPairList&
 
 void DatabaseEntryIdentifierPairList::remove_duplicates(EquivalenceOption option) {
   const bool unordered = option == order_ignored;
-  std::vector<bool> keep(pairs_.size());
-  {
-    std::unordered_set<const Pair*, PairKeyHash, PairKeyEqual> seen(pairs_.size(), PairKeyHash{unordered},
-                                                                    PairKeyEqual{unordered});
-    for (std::size_t i = 0; i < pairs_.size(); ++i) keep[i] = seen.insert(&pairs_[i]).second;
-  }
-  std::size_t out = 0;
-  for (std::size_t i = 0; i < pairs_.size(); ++i) {
-    if (!keep[i]) continue;
-    if (out != i) pairs_[out] = std::move(pairs_[i]);
-    ++out;
-  }
-  pairs_.resize(out);
+  detail::remove_later_duplicates(pairs_, PairKeyHash{unordered}, PairKeyEqual{unordered});
 }
 
 void DatabaseEntryIdentifierPairList::sort_each_pair() {

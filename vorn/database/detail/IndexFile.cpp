@@ -9,6 +9,7 @@
 
 #include "vorn/database/database_error.h"
 #include "vorn/database/detail/FileIo.h"
+#include "vorn/database/detail/ListText.h"
 
 namespace vorn::detail {
 
@@ -69,14 +70,7 @@ bool IndexFile::unchanged_on_disk() const {
 
 bool IndexFile::rewrite(const std::vector<DatabaseEntryIdentifier>& ids) {
   forget();
-  std::string text;
-  std::size_t total = 0;
-  for (const auto& id : ids) total += id.text().size() + 1;
-  text.reserve(total);
-  for (const auto& id : ids) {
-    text += id.text();
-    text += '\n';
-  }
+  const std::string text = identifier_lines(ids);
   const std::string temporary = path_ + ".tmp";
   int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (fd < 0) {

@@ -20,4 +20,16 @@ std::string read_rest(std::istream& in) {
   return text;
 }
 
+std::string identifier_lines(const std::vector<DatabaseEntryIdentifier>& ids) {
+  std::size_t total = 0;
+  for (const auto& id : ids) total += id.text().size() + 1;
+  std::string text;
+  text.reserve(total);
+  for (const auto& id : ids) {
+    text += id.text();
+    text += '\n';
+  }
+  return text;
+}
+
 }  // namespace vorn::detail
