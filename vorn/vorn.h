@@ -28,6 +28,7 @@
 #include "vorn/foundation/TWeakHandle.h"
 #include "vorn/foundation/VornAssert.h"
 #include "vorn/foundation/VornLog.h"
+#include "vorn/io/FileSystem.h"
 #include "vorn/notification/Observer.h"
 #include "vorn/notification/Subject.h"
 #include "vorn/persistence/Archive.h"

@@ -1,0 +1,164 @@
+// FileSystem: the one seam through which the library touches files.
+//
+// Every file operation vorn makes (open or create a file, read, write, sync
+// it, sync a directory, rename, remove, lock, stat, list) goes through the
+// process-wide FileSystem::current(). By default that is the POSIX file
+// system; tests install a fault-injecting one (vorn/testing) that fails the
+// k-th operation or forgets what was never synced, to prove that no
+// acknowledged byte is lost.
+//
+//   vorn::FileSystem& fs = vorn::FileSystem::current();
+//   vorn::OpenOptions options;
+//   options.write = true;
+//   options.create = true;
+//   options.exclusive = true;
+//   std::unique_ptr<vorn::File> file = fs.open("/data/new.ade", options);
+//   file->write_at(0, bytes.data(), bytes.size());
+//   file->sync();
+//   file->close();
+//   fs.sync_directory("/data");
+//
+// Failures throw FileError, a std::system_error whose code is the errno value
+// and whose what() reads "<Class>::<operation>: <path>: <system reason>",
+// for example "File::write_at: /data/new.ade: No space left on device".
+// Like the rest of the library, a FileSystem is used from one thread.
+#ifndef VORN_IO_FILESYSTEM_H_
+#define VORN_IO_FILESYSTEM_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace vorn {
+
+// A failed file operation: the path, the operation and the errno value.
+class FileError : public std::system_error {
+ public:
+  // `operation` is "Class::operation", for example "File::sync".
+  FileError(int error, const std::string& operation, const std::string& path);
+
+  const std::string& path() const noexcept { return path_; }
+  // The errno value, for example ENOSPC.
+  int error() const noexcept { return code().value(); }
+
+ private:
+  std::string path_;
+};
+
+// How FileSystem::open opens a file. The defaults open an existing file for
+// reading.
+struct OpenOptions {
+  bool read = true;
+  bool write = false;
+  bool create = false;     // create the file when it does not exist
+  bool exclusive = false;  // with create: fail with EEXIST when it exists
+  bool truncate = false;   // empty an existing file
+  unsigned int permissions = 0666;  // for a created file, before the umask
+};
+
+// What FileSystem::stat tells of a path (without following a final
+// symbolic link).
+struct FileStatus {
+  enum class Type { regular, directory, symbolic_link, other };
+  Type type = Type::other;
+  std::uint64_t size = 0;
+  unsigned int permissions = 0;  // the permission bits (07777)
+  std::uint64_t device = 0;
+  std::uint64_t inode = 0;
+  std::int64_t modified_ns = 0;  // modification time in nanoseconds since the epoch
+};
+
+// An open file. Reads and writes name their offset; the file keeps no
+// position of its own. The destructor closes the file and ignores errors:
+// call close() to have them reported.
+class File {
+ public:
+  virtual ~File() = default;
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+
+  const std::string& path() const noexcept { return path_; }
+
+  // Reads up to `size` bytes at `offset`; returns how many were read, fewer
+  // only at the end of the file.
+  virtual std::size_t read_at(std::uint64_t offset, void* data, std::size_t size) = 0;
+  // Writes all `size` bytes at `offset`, or throws.
+  virtual void write_at(std::uint64_t offset, const void* data, std::size_t size) = 0;
+  // The current size of the file.
+  virtual std::uint64_t size() = 0;
+  // Cuts or extends the file to `size` bytes.
+  virtual void truncate(std::uint64_t size) = 0;
+  // Makes every byte written so far durable (fsync).
+  virtual void sync() = 0;
+  // Closes the file; later calls throw. Closing twice does nothing.
+  virtual void close() = 0;
+
+ protected:
+  explicit File(std::string path) : path_(std::move(path)) {}
+
+ private:
+  std::string path_;
+};
+
+// An exclusive advisory lock, held until the object is destroyed.
+class FileLock {
+ public:
+  virtual ~FileLock() = default;
+  FileLock(const FileLock&) = delete;
+  FileLock& operator=(const FileLock&) = delete;
+
+ protected:
+  FileLock() = default;
+};
+
+class FileSystem {
+ public:
+  virtual ~FileSystem() = default;
+
+  // The file system every part of the library uses.
+  static FileSystem& current() noexcept;
+  // The POSIX file system, the default current().
+  static FileSystem& posix() noexcept;
+
+  // Makes `file_system` current() for the lifetime of the object, then
+  // restores the previous one.
+  class Scoped {
+   public:
+    explicit Scoped(FileSystem& file_system) noexcept;
+    ~Scoped();
+    Scoped(const Scoped&) = delete;
+    Scoped& operator=(const Scoped&) = delete;
+
+   private:
+    FileSystem* previous_;
+  };
+
+  virtual std::unique_ptr<File> open(const std::string& path, const OpenOptions& options) = 0;
+  // Replaces `to` by `from` atomically (rename(2)).
+  virtual void rename(const std::string& from, const std::string& to) = 0;
+  // Removes the file `path`; ENOENT is an error too.
+  virtual void remove(const std::string& path) = 0;
+  // Makes the creations, renames and removals in `directory` durable.
+  virtual void sync_directory(const std::string& directory) = 0;
+  // The status of `path`, or nothing when it does not exist.
+  virtual std::optional<FileStatus> stat(const std::string& path) = 0;
+  // The names in `directory`, without "." and "..", in no particular order.
+  virtual std::vector<std::string> list(const std::string& directory) = 0;
+  // Takes an exclusive advisory lock on the file `path` (created when
+  // missing), waiting while another process or object holds it.
+  virtual std::unique_ptr<FileLock> lock(const std::string& path) = 0;
+
+ protected:
+  FileSystem() = default;
+  FileSystem(const FileSystem&) = default;
+  FileSystem& operator=(const FileSystem&) = default;
+};
+
+}  // namespace vorn
+
+#endif  // VORN_IO_FILESYSTEM_H_

@@ -1,0 +1,201 @@
+#include "vorn/io/detail/PosixFileSystem.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace vorn::detail {
+
+namespace {
+
+class PosixFile final : public File {
+ public:
+  PosixFile(std::string path, int fd) : File(std::move(path)), fd_(fd) {}
+  ~PosixFile() override {
+    if (fd_ >= 0) ::close(fd_);
+  }
+
+  std::size_t read_at(std::uint64_t offset, void* data, std::size_t size) override {
+    check_open("File::read_at");
+    char* p = static_cast<char*>(data);
+    std::size_t done = 0;
+    while (done < size) {
+      const ssize_t n = ::pread(fd_, p + done, size - done, static_cast<off_t>(offset + done));
+      if (n < 0) {
+        if (errno == EINTR) continue;
+        throw FileError(errno, "File::read_at", path());
+      }
+      if (n == 0) break;
+      done += static_cast<std::size_t>(n);
+    }
+    return done;
+  }
+
+  void write_at(std::uint64_t offset, const void* data, std::size_t size) override {
+    check_open("File::write_at");
+    const char* p = static_cast<const char*>(data);
+    std::size_t done = 0;
+    while (done < size) {
+      const ssize_t n = ::pwrite(fd_, p + done, size - done, static_cast<off_t>(offset + done));
+      if (n < 0) {
+        if (errno == EINTR) continue;
+        throw FileError(errno, "File::write_at", path());
+      }
+      if (n == 0) throw FileError(EIO, "File::write_at", path());
+      done += static_cast<std::size_t>(n);
+    }
+  }
+
+  std::uint64_t size() override {
+    check_open("File::size");
+    struct stat state {};
+    if (::fstat(fd_, &state) != 0) throw FileError(errno, "File::size", path());
+    return static_cast<std::uint64_t>(state.st_size);
+  }
+
+  void truncate(std::uint64_t size) override {
+    check_open("File::truncate");
+    while (::ftruncate(fd_, static_cast<off_t>(size)) != 0) {
+      if (errno != EINTR) throw FileError(errno, "File::truncate", path());
+    }
+  }
+
+  void sync() override {
+    check_open("File::sync");
+    if (::fsync(fd_) != 0) throw FileError(errno, "File::sync", path());
+  }
+
+  void close() override {
+    if (fd_ < 0) return;
+    const int fd = fd_;
+    fd_ = -1;
+    if (::close(fd) != 0 && errno != EINTR) throw FileError(errno, "File::close", path());
+  }
+
+ private:
+  void check_open(const char* operation) const {
+    if (fd_ < 0) throw FileError(EBADF, operation, path());
+  }
+
+  int fd_;
+};
+
+class PosixLock final : public FileLock {
+ public:
+  explicit PosixLock(int fd) noexcept : fd_(fd) {}
+  ~PosixLock() override { ::close(fd_); }  // closing the description releases the lock
+
+ private:
+  int fd_;
+};
+
+FileStatus::Type type_of(mode_t mode) noexcept {
+  if (S_ISREG(mode)) return FileStatus::Type::regular;
+  if (S_ISDIR(mode)) return FileStatus::Type::directory;
+  if (S_ISLNK(mode)) return FileStatus::Type::symbolic_link;
+  return FileStatus::Type::other;
+}
+
+}  // namespace
+
+std::unique_ptr<File> PosixFileSystem::open(const std::string& path, const OpenOptions& options) {
+  int flags = O_CLOEXEC;
+  if (options.read && options.write) {
+    flags |= O_RDWR;
+  } else if (options.write) {
+    flags |= O_WRONLY;
+  } else {
+    flags |= O_RDONLY;
+  }
+  if (options.create) flags |= O_CREAT;
+  if (options.create && options.exclusive) flags |= O_EXCL;
+  if (options.truncate) flags |= O_TRUNC;
+  // A FIFO or device must never block the caller: open without waiting,
+  // then refuse anything that is not a regular file.
+  flags |= O_NONBLOCK;
+  int fd;
+  do {
+    fd = ::open(path.c_str(), flags, static_cast<mode_t>(options.permissions));
+  } while (fd < 0 && errno == EINTR);
+  if (fd < 0) throw FileError(errno, "FileSystem::open", path);
+  struct stat state {};
+  if (::fstat(fd, &state) != 0 || !S_ISREG(state.st_mode)) {
+    const int error = S_ISDIR(state.st_mode) ? EISDIR : EINVAL;
+    ::close(fd);
+    throw FileError(error, "FileSystem::open", path);
+  }
+  const int status = ::fcntl(fd, F_GETFL);
+  if (status >= 0) ::fcntl(fd, F_SETFL, status & ~O_NONBLOCK);
+  return std::make_unique<PosixFile>(path, fd);
+}
+
+void PosixFileSystem::rename(const std::string& from, const std::string& to) {
+  if (::rename(from.c_str(), to.c_str()) != 0) throw FileError(errno, "FileSystem::rename", from + " -> " + to);
+}
+
+void PosixFileSystem::remove(const std::string& path) {
+  if (::unlink(path.c_str()) != 0) throw FileError(errno, "FileSystem::remove", path);
+}
+
+void PosixFileSystem::sync_directory(const std::string& directory) {
+  const int fd = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) throw FileError(errno, "FileSystem::sync_directory", directory);
+  if (::fsync(fd) != 0) {
+    const int error = errno;
+    ::close(fd);
+    throw FileError(error, "FileSystem::sync_directory", directory);
+  }
+  ::close(fd);
+}
+
+std::optional<FileStatus> PosixFileSystem::stat(const std::string& path) {
+  struct stat state {};
+  if (::lstat(path.c_str(), &state) != 0) {
+    if (errno == ENOENT || errno == ENOTDIR) return std::nullopt;
+    throw FileError(errno, "FileSystem::stat", path);
+  }
+  FileStatus status;
+  status.type = type_of(state.st_mode);
+  status.size = static_cast<std::uint64_t>(state.st_size);
+  status.permissions = static_cast<unsigned int>(state.st_mode & 07777);
+  status.device = static_cast<std::uint64_t>(state.st_dev);
+  status.inode = static_cast<std::uint64_t>(state.st_ino);
+  status.modified_ns = static_cast<std::int64_t>(state.st_mtim.tv_sec) * 1000000000 + state.st_mtim.tv_nsec;
+  return status;
+}
+
+std::vector<std::string> PosixFileSystem::list(const std::string& directory) {
+  DIR* dir = ::opendir(directory.c_str());
+  if (dir == nullptr) throw FileError(errno, "FileSystem::list", directory);
+  std::vector<std::string> names;
+  errno = 0;
+  while (const dirent* entry = ::readdir(dir)) {
+    const std::string name = entry->d_name;
+    if (name != "." && name != "..") names.push_back(name);
+  }
+  const int error = errno;
+  ::closedir(dir);
+  if (error != 0) throw FileError(error, "FileSystem::list", directory);
+  return names;
+}
+
+std::unique_ptr<FileLock> PosixFileSystem::lock(const std::string& path) {
+  const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
+  if (fd < 0) throw FileError(errno, "FileSystem::lock", path);
+  // flock locks belong to the open file description, so two objects of one
+  // process exclude each other as two processes do.
+  while (::flock(fd, LOCK_EX) != 0) {
+    if (errno != EINTR) {
+      const int error = errno;
+      ::close(fd);
+      throw FileError(error, "FileSystem::lock", path);
+    }
+  }
+  return std::make_unique<PosixLock>(fd);
+}
+
+}  // namespace vorn::detail
