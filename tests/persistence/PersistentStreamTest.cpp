@@ -28,10 +28,10 @@
 #include "vorn/persistence/ArchiveReadStream.h"
 #include "vorn/persistence/ArchiveWriteStream.h"
 #include "vorn/persistence/DebugPrintStream.h"
-#include "vorn/persistence/HandleWriteRegistry.h"
 #include "vorn/persistence/PolymorphicFactory.h"
 #include "vorn/persistence/PolymorphicPersistent.h"
 #include "vorn/persistence/PolymorphicRegistrar.h"
+#include "vorn/persistence/detail/HandleWriteRegistry.h"
 #include "vorn/testing/ArchiveRoundTrip.h"
 #include "vorn/testing/DebugPrintText.h"
 
@@ -277,10 +277,10 @@ TEST(Handles, SharingIsRestoredAndRegistriesHoldTheObjectsOnlyWhileTheyLive) {
   EXPECT_EQ(back[0]->weight, 3);
   EXPECT_EQ(back[0].count_block()->strong_count(), 2);  // the read registry is gone
 
-  HandleWriteRegistry<Leaf> writes(THandle<Counter>(new Counter));
+  detail::HandleWriteRegistry<Leaf> writes(THandle<detail::Counter>(new detail::Counter));
   writes.save(THandle<Leaf>(leaf));
   EXPECT_EQ(leaf.count_block()->strong_count(), 2);  // the registry keeps the object alive
-  EXPECT_THROW(HandleWriteRegistry<Leaf>(THandle<Counter>()).save(leaf), std::runtime_error);
+  EXPECT_THROW(detail::HandleWriteRegistry<Leaf>(THandle<detail::Counter>()).save(leaf), std::runtime_error);
 }
 
 class Shape {

@@ -16,10 +16,11 @@
 #include <string>
 
 #include "vorn/commands/StoredNameCommand.h"
+#include "vorn/foundation/Export.h"
 
 namespace vorn {
 
-class BeginMacroCommand : public StoredNameCommand {
+class VORN_API BeginMacroCommand : public StoredNameCommand {
  public:
   explicit BeginMacroCommand(std::string name);
   ~BeginMacroCommand() override;

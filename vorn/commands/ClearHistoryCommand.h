@@ -10,10 +10,11 @@
 #define VORN_COMMANDS_CLEARHISTORYCOMMAND_H_
 
 #include "vorn/commands/StoredNameCommand.h"
+#include "vorn/foundation/Export.h"
 
 namespace vorn {
 
-class ClearHistoryCommand : public StoredNameCommand {
+class VORN_API ClearHistoryCommand : public StoredNameCommand {
  public:
   ClearHistoryCommand();
   ~ClearHistoryCommand() override;

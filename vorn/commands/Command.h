@@ -23,9 +23,11 @@
 
 #include <string>
 
+#include "vorn/foundation/Export.h"
+
 namespace vorn {
 
-class Command {
+class VORN_API Command {
  public:
   Command() = default;
   Command(const Command&) = delete;

@@ -16,11 +16,13 @@
 
 #include <string>
 
+#include "vorn/foundation/Export.h"
+
 namespace vorn {
 
 class CommandProcessor;
 
-class CommandMacroBlock {
+class VORN_API CommandMacroBlock {
  public:
   CommandMacroBlock(CommandProcessor& processor, const std::string& name);
   CommandMacroBlock(const CommandMacroBlock&) = delete;

@@ -40,12 +40,13 @@
 #include <string>
 
 #include "vorn/commands/Command.h"
+#include "vorn/foundation/Export.h"
 #include "vorn/foundation/THandle.h"
 #include "vorn/notification/Subject.h"
 
 namespace vorn {
 
-class CommandProcessor : public Subject {
+class VORN_API CommandProcessor : public Subject {
  public:
   // Update flags raised before each notification.
   enum UpdateFlag { history_changed = 0, clean_state_changed = 1 };

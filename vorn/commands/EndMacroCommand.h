@@ -9,10 +9,11 @@
 #define VORN_COMMANDS_ENDMACROCOMMAND_H_
 
 #include "vorn/commands/StoredNameCommand.h"
+#include "vorn/foundation/Export.h"
 
 namespace vorn {
 
-class EndMacroCommand : public StoredNameCommand {
+class VORN_API EndMacroCommand : public StoredNameCommand {
  public:
   EndMacroCommand();
   ~EndMacroCommand() override;

@@ -9,9 +9,11 @@
 #ifndef VORN_COMMANDS_MEMENTOBASE_H_
 #define VORN_COMMANDS_MEMENTOBASE_H_
 
+#include "vorn/foundation/Export.h"
+
 namespace vorn {
 
-class MementoBase {
+class VORN_API MementoBase {
  public:
   virtual ~MementoBase();
 };

@@ -14,9 +14,11 @@
 #ifndef VORN_COMMANDS_REENTRANCYGUARD_H_
 #define VORN_COMMANDS_REENTRANCYGUARD_H_
 
+#include "vorn/foundation/Export.h"
+
 namespace vorn {
 
-class ReentrancyGuard {
+class VORN_API ReentrancyGuard {
  public:
   ReentrancyGuard(bool& busy, const char* operation);
   ReentrancyGuard(const ReentrancyGuard&) = delete;

@@ -12,10 +12,11 @@
 #include <string>
 
 #include "vorn/commands/Command.h"
+#include "vorn/foundation/Export.h"
 
 namespace vorn {
 
-class StoredNameCommand : public Command {
+class VORN_API StoredNameCommand : public Command {
  public:
   explicit StoredNameCommand(std::string name);
   ~StoredNameCommand() override;

@@ -49,6 +49,7 @@
 #include "vorn/database/detail/FileIo.h"
 #include "vorn/database/detail/FirstPositionIndex.h"
 #include "vorn/database/detail/IndexFile.h"
+#include "vorn/foundation/Export.h"
 #include "vorn/foundation/THandle.h"
 #include "vorn/persistence/Archive.h"
 #include "vorn/persistence/VersionedArchive.h"
@@ -62,7 +63,7 @@ class ArchiveDatabase : public Database<Entry> {
   // `mode` is a bit set of Archive::READ and Archive::WRITE; only WRITE is
   // consulted.
   ArchiveDatabase(const std::string& directory, const std::string& name, unsigned int mode);
-  ~ArchiveDatabase() override = default;
+  ~ArchiveDatabase() override;
   ArchiveDatabase(const ArchiveDatabase&) = delete;
   ArchiveDatabase& operator=(const ArchiveDatabase&) = delete;
 
@@ -130,6 +131,11 @@ ArchiveDatabase<Entry>::ArchiveDatabase(const std::string& directory, const std:
       index_file_(std::make_unique<detail::IndexFile>(index_file_path(directory, name))) {
   read_index_file();
 }
+
+// Out of line, so that applications destroy a database through the
+// library's instantiation and never reach the internal index file.
+template <class Entry>
+ArchiveDatabase<Entry>::~ArchiveDatabase() = default;
 
 template <class Entry>
 std::string ArchiveDatabase<Entry>::index_file_path(const std::string& directory, const std::string& name) {
@@ -275,8 +281,8 @@ void ArchiveDatabase<Entry>::delete_database_files(const std::string& directory,
   }
 }
 
-extern template class Database<DatabaseEntry<std::string>>;
-extern template class ArchiveDatabase<DatabaseEntry<std::string>>;
+extern template class VORN_API Database<DatabaseEntry<std::string>>;
+extern template class VORN_API ArchiveDatabase<DatabaseEntry<std::string>>;
 
 }  // namespace vorn
 

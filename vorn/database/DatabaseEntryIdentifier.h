@@ -35,6 +35,7 @@
 #include <string>
 #include <utility>
 
+#include "vorn/foundation/Export.h"
 #include "vorn/persistence/PersistentReadStream.h"
 
 namespace vorn {
@@ -42,7 +43,7 @@ namespace vorn {
 class Archive;
 class PersistentWriteStream;
 
-class DatabaseEntryIdentifier {
+class VORN_API DatabaseEntryIdentifier {
  public:
   static constexpr std::uint32_t maximum_length_ = 255;
 

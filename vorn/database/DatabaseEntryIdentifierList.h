@@ -26,10 +26,11 @@
 #include <vector>
 
 #include "vorn/database/DatabaseEntryIdentifier.h"
+#include "vorn/foundation/Export.h"
 
 namespace vorn {
 
-class DatabaseEntryIdentifierList {
+class VORN_API DatabaseEntryIdentifierList {
  public:
   using value_type = DatabaseEntryIdentifier;
   using container_type = std::vector<DatabaseEntryIdentifier>;
@@ -88,15 +89,15 @@ class DatabaseEntryIdentifierList {
 
 // Clears both outputs, then fills `only_in_a` with the sorted-merge difference
 // a - b and `only_in_b` with b - a. The inputs must be sorted.
-void difference(const DatabaseEntryIdentifierList& a, const DatabaseEntryIdentifierList& b,
+VORN_API void difference(const DatabaseEntryIdentifierList& a, const DatabaseEntryIdentifierList& b,
                 DatabaseEntryIdentifierList& only_in_a, DatabaseEntryIdentifierList& only_in_b);
 
 // The sorted-merge intersection of two sorted lists.
-DatabaseEntryIdentifierList intersection(const DatabaseEntryIdentifierList& a, const DatabaseEntryIdentifierList& b);
+VORN_API DatabaseEntryIdentifierList intersection(const DatabaseEntryIdentifierList& a, const DatabaseEntryIdentifierList& b);
 
 // True when both lists hold the same set of identifiers, regardless of order
 // and repetition.
-bool is_equivalent(const DatabaseEntryIdentifierList& a, const DatabaseEntryIdentifierList& b);
+VORN_API bool is_equivalent(const DatabaseEntryIdentifierList& a, const DatabaseEntryIdentifierList& b);
 
 }  // namespace vorn
 

@@ -27,10 +27,11 @@
 
 #include "vorn/database/DatabaseEntryIdentifier.h"
 #include "vorn/database/DatabaseEntryIdentifierList.h"
+#include "vorn/foundation/Export.h"
 
 namespace vorn {
 
-class DatabaseEntryIdentifierPairList {
+class VORN_API DatabaseEntryIdentifierPairList {
  public:
   enum EquivalenceOption { order_matters = 0, order_ignored = 1 };
 
@@ -101,13 +102,13 @@ class DatabaseEntryIdentifierPairList {
 // and b - a. With order_matters the inputs must be sorted; with order_ignored
 // copies are normalised (sort_each_pair, then sort) first, and the results
 // hold normalised pairs.
-void difference(const DatabaseEntryIdentifierPairList& a, const DatabaseEntryIdentifierPairList& b,
+VORN_API void difference(const DatabaseEntryIdentifierPairList& a, const DatabaseEntryIdentifierPairList& b,
                 DatabaseEntryIdentifierPairList& only_in_a, DatabaseEntryIdentifierPairList& only_in_b,
                 DatabaseEntryIdentifierPairList::EquivalenceOption option);
 
 // True when both lists hold the same set of pairs (with order_ignored, of
 // unordered pairs), regardless of order and repetition.
-bool is_equivalent(const DatabaseEntryIdentifierPairList& a, const DatabaseEntryIdentifierPairList& b,
+VORN_API bool is_equivalent(const DatabaseEntryIdentifierPairList& a, const DatabaseEntryIdentifierPairList& b,
                    DatabaseEntryIdentifierPairList::EquivalenceOption option);
 
 }  // namespace vorn

@@ -16,9 +16,11 @@
 #include <stdexcept>
 #include <string>
 
+#include "vorn/foundation/Export.h"
+
 namespace vorn {
 
-class database_error : public std::runtime_error {
+class VORN_API database_error : public std::runtime_error {
  public:
   explicit database_error(const std::string& message) : std::runtime_error(message) {}
   ~database_error() override;

@@ -18,9 +18,11 @@
 
 #include <cstdint>
 
+#include "vorn/foundation/Export.h"
+
 namespace vorn {
 
-class HandleCommon {
+class VORN_API HandleCommon {
  public:
   // The counter block. `strong` counts THandles, `weak` counts weak
   // references. Both start at zero; the handle that creates the block raises

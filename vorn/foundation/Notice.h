@@ -29,9 +29,11 @@
 #include <string>
 #include <vector>
 
+#include "vorn/foundation/Export.h"
+
 namespace vorn {
 
-class Notice {
+class VORN_API Notice {
  public:
   // How comment_lines frames the notice; the defaults give C++ line comments
   // of at most 80 characters.

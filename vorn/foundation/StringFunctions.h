@@ -32,9 +32,11 @@
 #include <string>
 #include <vector>
 
+#include "vorn/foundation/Export.h"
+
 namespace vorn {
 
-struct StringFunctionParameters {
+struct VORN_API StringFunctionParameters {
   // How split() treats the empty text between two adjacent separators, or
   // before a leading or after a trailing one.
   enum BlankFieldControl { drop_blank_fields = 0, keep_blank_fields = 1 };
@@ -42,25 +44,25 @@ struct StringFunctionParameters {
 
 // `text` without the leading and trailing characters that occur in `chars`;
 // empty when every character of `text` is in `chars`.
-std::string trim(const std::string& text, std::string chars = " \t");
+VORN_API std::string trim(const std::string& text, std::string chars = " \t");
 
 // `text` with every character that occurs in `chars` removed.
-std::string strip(const std::string& text, std::string chars = " \t");
+VORN_API std::string strip(const std::string& text, std::string chars = " \t");
 
 // `text` with every character that occurs in `chars` replaced by `c`.
-std::string substitute(const std::string& text, std::string chars, char c);
+VORN_API std::string substitute(const std::string& text, std::string chars, char c);
 
 // `text` with every non-overlapping occurrence of `search` replaced by
 // `replacement`, scanning left to right and resuming after each inserted
 // replacement, so replace("a", "aa", "aa") is "aaaa". Linear in the length of
 // `text`. Throws std::invalid_argument "replace(): cannot replace an empty
 // string" when `search` is empty.
-std::string replace(const std::string& search, const std::string& replacement, const std::string& text);
+VORN_API std::string replace(const std::string& search, const std::string& replacement, const std::string& text);
 
 // Word number `n` (from 0) of `text`, words being maximal runs of characters
 // not in `separators`. When there is no such word (or `n` is negative), the
 // whole `text` unchanged, not an empty string.
-std::string extract_word(const std::string& text, const std::string& separators, int n);
+VORN_API std::string extract_word(const std::string& text, const std::string& separators, int n);
 
 // Replaces `fields` by the pieces of `text` between characters of
 // `separators`. drop_blank_fields returns the maximal runs of non-separators
@@ -69,7 +71,7 @@ std::string extract_word(const std::string& text, const std::string& separators,
 // {"a", ""}, and an empty text one empty field. The strings already in
 // `fields` are overwritten in place, so a vector reused for every line of a
 // file stops allocating once it has grown; `text` may be one of them.
-void split(const std::string& text, std::vector<std::string>& fields, const std::string& separators = " \t",
+VORN_API void split(const std::string& text, std::vector<std::string>& fields, const std::string& separators = " \t",
            StringFunctionParameters::BlankFieldControl control = StringFunctionParameters::drop_blank_fields);
 
 // Replaces `lines` by pieces of `text` of at most `width` characters. A line
@@ -80,7 +82,7 @@ void split(const std::string& text, std::vector<std::string>& fields, const std:
 //   wrap("one two three", lines, 8, " ");   // {"one two ", "three"}
 //
 // Throws std::invalid_argument when `width` is below 1.
-void wrap(const std::string& text, std::vector<std::string>& lines, int width,
+VORN_API void wrap(const std::string& text, std::vector<std::string>& lines, int width,
           const std::string& break_characters = " \t");
 
 // Replaces `lines_out` by a framed copy of `lines_in`: `first_line` (when not
@@ -88,25 +90,25 @@ void wrap(const std::string& text, std::vector<std::string>& lines, int width,
 // not empty).
 //
 //   comment({"a", "b"}, out, "/*", " */", " * ");   // {"/*", " * a", " * b", " */"}
-void comment(const std::vector<std::string>& lines_in, std::vector<std::string>& lines_out,
+VORN_API void comment(const std::vector<std::string>& lines_in, std::vector<std::string>& lines_out,
              const std::string& first_line = "", const std::string& last_line = "",
              const std::string& prefix = "// ", const std::string& suffix = "");
 
 // As above for a text, first wrapped with wrap() so that every framed line,
 // prefix and suffix included, fits in `width`. Throws std::invalid_argument
 // when the prefix and suffix leave no room for a character.
-void comment(const std::string& text, std::vector<std::string>& lines_out, const std::string& first_line = "",
+VORN_API void comment(const std::string& text, std::vector<std::string>& lines_out, const std::string& first_line = "",
              const std::string& last_line = "", const std::string& prefix = "// ",
              const std::string& suffix = "", int width = 80, const std::string& break_characters = " \t");
 
 // Replaces `lines_out` by the lines of `lines_in`, each with
 // `prefix` and `suffix` removed, when the line is long enough to hold both and
 // starts with `prefix` and ends with `suffix`; any other line unchanged.
-void uncomment(const std::vector<std::string>& lines_in, std::vector<std::string>& lines_out,
+VORN_API void uncomment(const std::vector<std::string>& lines_in, std::vector<std::string>& lines_out,
                const std::string& prefix = "// ", const std::string& suffix = "");
 
 // As above for a text, split first at every line feed (keeping blank lines).
-void uncomment(const std::string& text, std::vector<std::string>& lines_out, const std::string& prefix = "// ",
+VORN_API void uncomment(const std::string& text, std::vector<std::string>& lines_out, const std::string& prefix = "// ",
                const std::string& suffix = "");
 
 // Lenient number parsing: the number starts at the first digit (taking in a
@@ -115,30 +117,30 @@ void uncomment(const std::string& text, std::vector<std::string>& lines_out, con
 // following run of "Ee-+.0123456789". Text before and after is ignored:
 // "width: 12.5 mm" gives 12.5. With no digit at all, 0 and `ok` false.
 // Out-of-range values give +-HUGE_VAL or a denormal/zero, as strtod does.
-double string_to_double(const std::string& text, bool& ok);
-double string_to_double(const std::string& text, bool* ok);  // `ok` may be null
-double string_to_double(const std::string& text);
+VORN_API double string_to_double(const std::string& text, bool& ok);
+VORN_API double string_to_double(const std::string& text, bool* ok);  // `ok` may be null
+VORN_API double string_to_double(const std::string& text);
 
 // As string_to_double with digits only and a minus sign: "x-42y" gives -42,
 // "3.7" gives 3. Values beyond int's range saturate at INT_MIN / INT_MAX.
-int string_to_int(const std::string& text, bool& ok);
-int string_to_int(const std::string& text, bool* ok);  // `ok` may be null
-int string_to_int(const std::string& text);
+VORN_API int string_to_int(const std::string& text, bool& ok);
+VORN_API int string_to_int(const std::string& text, bool* ok);  // `ok` may be null
+VORN_API int string_to_int(const std::string& text);
 
 // The value as printf's "%d".
-std::string int_to_string(int value);
+VORN_API std::string int_to_string(int value);
 
 // The value as printf's "%f" in the classic locale: six decimals, never an
 // exponent ("1.500000", "-0.000000", "inf", "nan").
-std::string double_to_string(double value);
+VORN_API std::string double_to_string(double value);
 
 // The first `n` characters of `text`, or `text` when it is not longer. A
 // negative `n` counts as 0.
-std::string truncate(const std::string& text, int n);
+VORN_API std::string truncate(const std::string& text, int n);
 
 // `text` padded on the right with `fill` to `width`, or cut to `width` when
 // longer. A negative width counts as 0.
-std::string left_justify(const std::string& text, int width, char fill = ' ');
+VORN_API std::string left_justify(const std::string& text, int width, char fill = ' ');
 
 // Justification between two bounds, min and max being the smaller and larger
 // of `a` and `b`: a text of exactly min or max characters is returned as it
@@ -146,33 +148,33 @@ std::string left_justify(const std::string& text, int width, char fill = ' ');
 // bounds to max; a longer one is cut to max.
 //
 //   left_justify("abcde", 4, 8, '-');   // "abcde---"
-std::string left_justify(const std::string& text, int a, int b, char fill = ' ');
+VORN_API std::string left_justify(const std::string& text, int a, int b, char fill = ' ');
 
 // `text` padded on the left with `fill` to `width`; a longer text keeps its
 // last `width` characters.
-std::string right_justify(const std::string& text, int width, char fill = ' ');
+VORN_API std::string right_justify(const std::string& text, int width, char fill = ' ');
 
 // The two-bound form of right_justify: as the two-bound left_justify, padding
 // on the left and keeping the last max characters of a longer text.
-std::string right_justify(const std::string& text, int a, int b, char fill = ' ');
+VORN_API std::string right_justify(const std::string& text, int a, int b, char fill = ' ');
 
 // The part of `text` after the last `c`, or all of `text` when `c` does not
 // occur: left_cut("a/b/c", '/') is "c".
-std::string left_cut(const std::string& text, char c);
+VORN_API std::string left_cut(const std::string& text, char c);
 
 // Each byte mapped by the classic-locale toupper / tolower (ASCII letters
 // only; other bytes unchanged).
-std::string toupper(const std::string& text);
-std::string tolower(const std::string& text);
+VORN_API std::string toupper(const std::string& text);
+VORN_API std::string tolower(const std::string& text);
 
 // True when `part` occurs in `text` ignoring case; always true for an empty
 // `part`.
-bool contains_case_insensitive(const std::string& text, const std::string& part);
+VORN_API bool contains_case_insensitive(const std::string& text, const std::string& part);
 
 // A name usable as a file name: ASCII letters, digits, '-' and '.' are kept,
 // every other byte becomes '_', runs of '_' collapse into one, and '_' is
 // trimmed from both ends. The result may be empty (for "", "()", ...).
-std::string to_valid_base_filename(const std::string& name);
+VORN_API std::string to_valid_base_filename(const std::string& name);
 
 // Reads one line into `line`, ending it at a line feed, a carriage return,
 // or a carriage return directly followed by a line feed (both consumed). The
@@ -187,23 +189,23 @@ std::string to_valid_base_filename(const std::string& name);
 //
 // A loop `while (vorn::getline(in, line))` sees every line; when the input
 // ends with a line end it sees one final empty line (read with eof set).
-std::istream& getline(std::istream& stream, std::string& line);
+VORN_API std::istream& getline(std::istream& stream, std::string& line);
 
 // Copies the whole content of the file `from` to the file `to` (binary).
 // Does nothing, and reports nothing, when `from` cannot be opened for
 // reading, `to` cannot be opened for writing, or both name the same file
 // (so a failed copy never truncates `to`, and never the source).
-void copy_file(const std::string& from, const std::string& to);
+VORN_API void copy_file(const std::string& from, const std::string& to);
 
 // Orders strings by the lexicographic comparison of their upper-cased bytes
 // (as unsigned values); a proper prefix sorts first. For
 // std::set<std::string, CaseInsensitiveStringLess> and sorting.
-struct CaseInsensitiveStringLess {
+struct VORN_API CaseInsensitiveStringLess {
   bool operator()(const std::string& a, const std::string& b) const noexcept;
 };
 
 // True when both strings have the same length and equal upper-cased bytes.
-struct CaseInsensitiveStringEquality {
+struct VORN_API CaseInsensitiveStringEquality {
   bool operator()(const std::string& a, const std::string& b) const noexcept;
 };
 

@@ -24,11 +24,12 @@
 #ifndef VORN_FOUNDATION_VORNASSERT_H_
 #define VORN_FOUNDATION_VORNASSERT_H_
 
+#include "vorn/foundation/Export.h"
 #include "vorn/foundation/THandle.h"
 
 namespace vorn {
 
-class VornAssert {
+class VORN_API VornAssert {
  public:
   class AssertionHandler {
    public:

@@ -31,9 +31,11 @@
 #include <ostream>
 #include <string>
 
+#include "vorn/foundation/Export.h"
+
 namespace vorn {
 
-class VornLog {
+class VORN_API VornLog {
  public:
   static std::ostream& error() { return *error_; }
   static std::ostream& warning() { return *warning_; }

@@ -34,10 +34,12 @@
 #include <utility>
 #include <vector>
 
+#include "vorn/foundation/Export.h"
+
 namespace vorn {
 
 // A failed file operation: the path, the operation and the errno value.
-class FileError : public std::system_error {
+class VORN_API FileError : public std::system_error {
  public:
   // `operation` is "Class::operation", for example "File::sync".
   FileError(int error, const std::string& operation, const std::string& path);
@@ -52,7 +54,7 @@ class FileError : public std::system_error {
 
 // How FileSystem::open opens a file. The defaults open an existing file for
 // reading.
-struct OpenOptions {
+struct VORN_API OpenOptions {
   bool read = true;
   bool write = false;
   bool create = false;     // create the file when it does not exist
@@ -63,7 +65,7 @@ struct OpenOptions {
 
 // What FileSystem::stat tells of a path (without following a final
 // symbolic link).
-struct FileStatus {
+struct VORN_API FileStatus {
   enum class Type { regular, directory, symbolic_link, other };
   Type type = Type::other;
   std::uint64_t size = 0;
@@ -76,7 +78,7 @@ struct FileStatus {
 // An open file. Reads and writes name their offset; the file keeps no
 // position of its own. The destructor closes the file and ignores errors:
 // call close() to have them reported.
-class File {
+class VORN_API File {
  public:
   virtual ~File() = default;
   File(const File&) = delete;
@@ -106,7 +108,7 @@ class File {
 };
 
 // An exclusive advisory lock, held until the object is destroyed.
-class FileLock {
+class VORN_API FileLock {
  public:
   virtual ~FileLock() = default;
   FileLock(const FileLock&) = delete;
@@ -116,7 +118,7 @@ class FileLock {
   FileLock() = default;
 };
 
-class FileSystem {
+class VORN_API FileSystem {
  public:
   virtual ~FileSystem() = default;
 

@@ -30,11 +30,13 @@
 #include <cstddef>
 #include <vector>
 
+#include "vorn/foundation/Export.h"
+
 namespace vorn {
 
 class Subject;
 
-class Observer {
+class VORN_API Observer {
  public:
   // A growable bit vector indexed by non-negative flag numbers. A flag beyond
   // the current length counts as not set; raising or lowering it first grows

@@ -36,11 +36,12 @@
 #include <functional>
 #include <set>
 
+#include "vorn/foundation/Export.h"
 #include "vorn/notification/Observer.h"
 
 namespace vorn {
 
-class Subject {
+class VORN_API Subject {
  public:
   Subject() = default;
   // A copy would silently duplicate the connections, which are the client's

@@ -51,9 +51,11 @@
 #include <cstdio>
 #include <string>
 
+#include "vorn/foundation/Export.h"
+
 namespace vorn {
 
-class Archive {
+class VORN_API Archive {
  public:
   static constexpr unsigned int READ = 1;
   static constexpr unsigned int WRITE = 2;

@@ -27,12 +27,13 @@
 #include <cstddef>
 #include <string>
 
+#include "vorn/foundation/Export.h"
 #include "vorn/persistence/Archive.h"
 #include "vorn/persistence/PersistentReadStream.h"
 
 namespace vorn {
 
-class ArchiveReadStream : public PersistentReadStream {
+class VORN_API ArchiveReadStream : public PersistentReadStream {
  public:
   explicit ArchiveReadStream(Archive& archive) noexcept : archive_(archive) {}
   ~ArchiveReadStream() override;

@@ -24,12 +24,13 @@
 #include <cstddef>
 #include <string>
 
+#include "vorn/foundation/Export.h"
 #include "vorn/persistence/Archive.h"
 #include "vorn/persistence/PersistentWriteStream.h"
 
 namespace vorn {
 
-class ArchiveWriteStream : public PersistentWriteStream {
+class VORN_API ArchiveWriteStream : public PersistentWriteStream {
  public:
   explicit ArchiveWriteStream(Archive& archive) noexcept : archive_(archive) {}
   ~ArchiveWriteStream() override;

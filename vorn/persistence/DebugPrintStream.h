@@ -31,11 +31,12 @@
 #include <ostream>
 #include <string>
 
+#include "vorn/foundation/Export.h"
 #include "vorn/persistence/PersistentWriteStream.h"
 
 namespace vorn {
 
-class DebugPrintStream : public PersistentWriteStream {
+class VORN_API DebugPrintStream : public PersistentWriteStream {
  public:
   explicit DebugPrintStream(std::ostream& out) noexcept : out_(out) {}
   ~DebugPrintStream() override;

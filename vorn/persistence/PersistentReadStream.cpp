@@ -21,7 +21,7 @@ PersistentReadStream::Block::~Block() {
   stream_.end_read_block();
 }
 
-PersistentReadStream::PersistentReadStream() : counter_(new Counter) {}
+PersistentReadStream::PersistentReadStream() : counter_(new detail::Counter) {}
 
 PersistentReadStream::~PersistentReadStream() = default;
 

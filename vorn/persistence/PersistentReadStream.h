@@ -46,31 +46,32 @@
 #include <string>
 #include <typeinfo>
 
+#include "vorn/foundation/Export.h"
 #include "vorn/foundation/THandle.h"
-#include "vorn/persistence/Counter.h"
-#include "vorn/persistence/HandleReadRegistry.h"
-#include "vorn/persistence/HandleReadRegistryBase.h"
 #include "vorn/persistence/PolymorphicFactory.h"
-#include "vorn/persistence/VornTypeInfo.h"
+#include "vorn/persistence/detail/Counter.h"
+#include "vorn/persistence/detail/HandleReadRegistry.h"
+#include "vorn/persistence/detail/HandleReadRegistryBase.h"
 #include "vorn/persistence/detail/PersistentTraits.h"
+#include "vorn/persistence/detail/VornTypeInfo.h"
 
 namespace vorn {
 
 enum PersistentReadStreamPresence { ITEM_REQUIRED = 0, ITEM_OPTIONAL = 1 };
 
-class PersistentReadStream {
+class VORN_API PersistentReadStream {
  public:
-  class ItemNotPresent : public std::runtime_error {
+  class VORN_API ItemNotPresent : public std::runtime_error {
    public:
     explicit ItemNotPresent(const std::string& message) : std::runtime_error(message) {}
   };
 
-  class OptionalItemNotPresent : public ItemNotPresent {
+  class VORN_API OptionalItemNotPresent : public ItemNotPresent {
    public:
     explicit OptionalItemNotPresent(const std::string& message) : ItemNotPresent(message) {}
   };
 
-  class UnknownTypeTag : public std::runtime_error {
+  class VORN_API UnknownTypeTag : public std::runtime_error {
    public:
     explicit UnknownTypeTag(const std::string& message) : std::runtime_error(message) {}
   };
@@ -177,7 +178,7 @@ class PersistentReadStream {
   // The registry of THandle<T> on this stream, made on first use; `handle`
   // only selects T.
   template <class T>
-  THandle<HandleReadRegistry<T>> registry(const THandle<T>& handle);
+  THandle<detail::HandleReadRegistry<T>> registry(const THandle<T>& handle);
 
   // find_block, or send_error when the block is missing.
   bool checked_find_block(const char* tag, const char* type_name, PersistentReadStreamPresence presence);
@@ -194,8 +195,8 @@ class PersistentReadStream {
  private:
   void enter_block(const char* tag);
 
-  std::map<VornTypeInfo, THandle<HandleReadRegistryBase>> registries_;
-  THandle<Counter> counter_;
+  std::map<detail::VornTypeInfo, THandle<detail::HandleReadRegistryBase>> registries_;
+  THandle<detail::Counter> counter_;
   std::size_t block_depth_ = 0;
   std::size_t maximum_block_depth_ = default_maximum_block_depth;
 };
@@ -216,7 +217,7 @@ void PersistentReadStream::read(const char* tag, THandle<T>& handle, PersistentR
     handle = THandle<T>();
     return;
   }
-  THandle<HandleReadRegistry<T>> handles = registry(handle);
+  THandle<detail::HandleReadRegistry<T>> handles = registry(handle);
   auto found = handles->load(serial);
   if (!found.missing) {
     handle = found.handle;
@@ -229,10 +230,10 @@ void PersistentReadStream::read(const char* tag, THandle<T>& handle, PersistentR
 }
 
 template <class T>
-THandle<HandleReadRegistry<T>> PersistentReadStream::registry(const THandle<T>&) {
-  THandle<HandleReadRegistryBase>& entry = registries_[VornTypeInfo(typeid(THandle<T>))];
-  if (entry == nullptr) entry = THandle<HandleReadRegistryBase>(new HandleReadRegistry<T>(counter_));
-  return handle_static_cast<HandleReadRegistry<T>>(entry);
+THandle<detail::HandleReadRegistry<T>> PersistentReadStream::registry(const THandle<T>&) {
+  THandle<detail::HandleReadRegistryBase>& entry = registries_[detail::VornTypeInfo(typeid(THandle<T>))];
+  if (entry == nullptr) entry = THandle<detail::HandleReadRegistryBase>(new detail::HandleReadRegistry<T>(counter_));
+  return handle_static_cast<detail::HandleReadRegistry<T>>(entry);
 }
 
 }  // namespace vorn

@@ -4,7 +4,7 @@
 
 namespace vorn {
 
-PersistentWriteStream::PersistentWriteStream() : counter_(new Counter) {}
+PersistentWriteStream::PersistentWriteStream() : counter_(new detail::Counter) {}
 
 PersistentWriteStream::~PersistentWriteStream() = default;
 

@@ -40,17 +40,18 @@
 #include <type_traits>
 #include <typeinfo>
 
+#include "vorn/foundation/Export.h"
 #include "vorn/foundation/THandle.h"
-#include "vorn/persistence/Counter.h"
-#include "vorn/persistence/HandleWriteRegistry.h"
-#include "vorn/persistence/HandleWriteRegistryBase.h"
 #include "vorn/persistence/PolymorphicFactory.h"
-#include "vorn/persistence/VornTypeInfo.h"
+#include "vorn/persistence/detail/Counter.h"
+#include "vorn/persistence/detail/HandleWriteRegistry.h"
+#include "vorn/persistence/detail/HandleWriteRegistryBase.h"
 #include "vorn/persistence/detail/PersistentTraits.h"
+#include "vorn/persistence/detail/VornTypeInfo.h"
 
 namespace vorn {
 
-class PersistentWriteStream {
+class VORN_API PersistentWriteStream {
  public:
   // Opens a block on construction and closes it on destruction, also when an
   // exception passes.
@@ -139,7 +140,7 @@ class PersistentWriteStream {
   // The registry of THandle<T> on this stream, made on first use; `handle`
   // only selects T.
   template <class T>
-  THandle<HandleWriteRegistry<T>> registry(const THandle<T>& handle);
+  THandle<detail::HandleWriteRegistry<T>> registry(const THandle<T>& handle);
 
   void check_stream_supports_polymorphism() const;
   [[noreturn]] void non_registered_type_error(const std::string& type_name) const;
@@ -152,8 +153,8 @@ class PersistentWriteStream {
   }
 
  private:
-  std::map<VornTypeInfo, THandle<HandleWriteRegistryBase>> registries_;
-  THandle<Counter> counter_;
+  std::map<detail::VornTypeInfo, THandle<detail::HandleWriteRegistryBase>> registries_;
+  THandle<detail::Counter> counter_;
 };
 
 // The fallback of PersistentWriteStream::write<T>: the object writes itself.
@@ -176,10 +177,10 @@ void PersistentWriteStream::write(const char* tag, const THandle<T>& handle) {
 }
 
 template <class T>
-THandle<HandleWriteRegistry<T>> PersistentWriteStream::registry(const THandle<T>&) {
-  THandle<HandleWriteRegistryBase>& entry = registries_[VornTypeInfo(typeid(THandle<T>))];
-  if (entry == nullptr) entry = THandle<HandleWriteRegistryBase>(new HandleWriteRegistry<T>(counter_));
-  return handle_static_cast<HandleWriteRegistry<T>>(entry);
+THandle<detail::HandleWriteRegistry<T>> PersistentWriteStream::registry(const THandle<T>&) {
+  THandle<detail::HandleWriteRegistryBase>& entry = registries_[detail::VornTypeInfo(typeid(THandle<T>))];
+  if (entry == nullptr) entry = THandle<detail::HandleWriteRegistryBase>(new detail::HandleWriteRegistry<T>(counter_));
+  return handle_static_cast<detail::HandleWriteRegistry<T>>(entry);
 }
 
 }  // namespace vorn

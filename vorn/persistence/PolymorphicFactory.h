@@ -25,11 +25,11 @@
 #include <string>
 
 #include "vorn/foundation/THandle.h"
-#include "vorn/persistence/PolymorphicFactoryTypeExtractor.h"
+#include "vorn/persistence/detail/PolymorphicFactoryTypeExtractor.h"
 
 namespace vorn {
 
-template <class T, class Extractor = PolymorphicFactoryTypeExtractor<T>>
+template <class T, class Extractor = detail::PolymorphicFactoryTypeExtractor<T>>
 class PolymorphicFactory {
  public:
   PolymorphicFactory() = delete;

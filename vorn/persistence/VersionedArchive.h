@@ -23,11 +23,12 @@
 #include <cstdint>
 #include <string>
 
+#include "vorn/foundation/Export.h"
 #include "vorn/persistence/Archive.h"
 
 namespace vorn {
 
-class VersionedArchive : public Archive {
+class VORN_API VersionedArchive : public Archive {
  public:
   static constexpr std::int32_t current_version = 6;
 

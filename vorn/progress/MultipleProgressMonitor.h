@@ -27,6 +27,7 @@
 
 #include <vector>
 
+#include "vorn/foundation/Export.h"
 #include "vorn/foundation/THandle.h"
 #include "vorn/notification/Observer.h"
 #include "vorn/progress/ProgressMonitor.h"
@@ -34,7 +35,7 @@
 
 namespace vorn {
 
-class MultipleProgressMonitor : public ProgressMonitorDisplayInterface, public Observer {
+class VORN_API MultipleProgressMonitor : public ProgressMonitorDisplayInterface, public Observer {
  public:
   explicit MultipleProgressMonitor(const std::vector<THandle<ProgressMonitor>>& members);
   ~MultipleProgressMonitor() override;

@@ -24,12 +24,13 @@
 #ifndef VORN_PROGRESS_PROGRESSMONITOR_H_
 #define VORN_PROGRESS_PROGRESSMONITOR_H_
 
+#include "vorn/foundation/Export.h"
 #include "vorn/progress/ProgressMonitorDisplayInterface.h"
 #include "vorn/progress/ProgressMonitorProcessInterface.h"
 
 namespace vorn {
 
-class ProgressMonitor : public ProgressMonitorProcessInterface, public ProgressMonitorDisplayInterface {
+class VORN_API ProgressMonitor : public ProgressMonitorProcessInterface, public ProgressMonitorDisplayInterface {
  public:
   ProgressMonitor() { initialise(); }
 

@@ -19,11 +19,12 @@
 #ifndef VORN_PROGRESS_PROGRESSMONITORDISPLAYINTERFACE_H_
 #define VORN_PROGRESS_PROGRESSMONITORDISPLAYINTERFACE_H_
 
+#include "vorn/foundation/Export.h"
 #include "vorn/notification/Subject.h"
 
 namespace vorn {
 
-class ProgressMonitorDisplayInterface : public Subject {
+class VORN_API ProgressMonitorDisplayInterface : public Subject {
  public:
   virtual int steps() const = 0;
   virtual int progress() const = 0;

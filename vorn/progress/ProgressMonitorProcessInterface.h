@@ -19,9 +19,11 @@
 #ifndef VORN_PROGRESS_PROGRESSMONITORPROCESSINTERFACE_H_
 #define VORN_PROGRESS_PROGRESSMONITORPROCESSINTERFACE_H_
 
+#include "vorn/foundation/Export.h"
+
 namespace vorn {
 
-class ProgressMonitorProcessInterface {
+class VORN_API ProgressMonitorProcessInterface {
  public:
   ProgressMonitorProcessInterface() = default;
   ProgressMonitorProcessInterface(const ProgressMonitorProcessInterface&) = delete;

@@ -40,12 +40,13 @@
 #include <ostream>
 #include <string>
 
+#include "vorn/foundation/Export.h"
 #include "vorn/notification/Observer.h"
 #include "vorn/progress/ProgressMonitorDisplayInterface.h"
 
 namespace vorn {
 
-class TextProgressDisplay : public Observer {
+class VORN_API TextProgressDisplay : public Observer {
  public:
   enum class Mode { automatic, terminal, plain };
 

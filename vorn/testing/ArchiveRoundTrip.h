@@ -26,6 +26,7 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include "vorn/foundation/Export.h"
 #include "vorn/persistence/Archive.h"
 #include "vorn/persistence/ArchiveReadStream.h"
 #include "vorn/persistence/ArchiveWriteStream.h"
@@ -37,7 +38,7 @@ namespace detail {
 
 // A fresh file name in the temporary directory; the file is removed when the
 // object goes.
-class RoundTripScratchFile {
+class VORN_API RoundTripScratchFile {
  public:
   RoundTripScratchFile() {
     const char* dir = std::getenv("TMPDIR");

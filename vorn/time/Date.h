@@ -37,11 +37,13 @@
 #include <cstdint>
 #include <ostream>
 
+#include "vorn/foundation/Export.h"
+
 namespace vorn {
 
 class Archive;
 
-class Date {
+class VORN_API Date {
  public:
   // The null date 0.0.0.
   Date() noexcept = default;
@@ -97,13 +99,13 @@ class Date {
 };
 
 // Chronological order: year, then month, then day.
-bool operator>(const Date& a, const Date& b) noexcept;
-bool operator>=(const Date& a, const Date& b) noexcept;
-bool operator<(const Date& a, const Date& b) noexcept;
-bool operator<=(const Date& a, const Date& b) noexcept;
+VORN_API bool operator>(const Date& a, const Date& b) noexcept;
+VORN_API bool operator>=(const Date& a, const Date& b) noexcept;
+VORN_API bool operator<(const Date& a, const Date& b) noexcept;
+VORN_API bool operator<=(const Date& a, const Date& b) noexcept;
 
 // Prints as Date::print does.
-std::ostream& operator<<(std::ostream& out, const Date& date);
+VORN_API std::ostream& operator<<(std::ostream& out, const Date& date);
 
 }  // namespace vorn
 

@@ -27,11 +27,12 @@
 
 #include <string>
 
+#include "vorn/foundation/Export.h"
 #include "vorn/time/Timer.h"
 
 namespace vorn {
 
-class ElapsedTimer {
+class VORN_API ElapsedTimer {
  public:
   enum OutputFormat : int { verbose = 0, tab_separated = 1 };
 

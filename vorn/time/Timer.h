@@ -33,9 +33,11 @@
 #include <cstdint>
 #include <string>
 
+#include "vorn/foundation/Export.h"
+
 namespace vorn {
 
-class Timer {
+class VORN_API Timer {
  public:
   // The clock ticks per second the readings are divided by.
   static constexpr double ticks_per_second = 1000000.0;

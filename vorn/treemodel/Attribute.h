@@ -23,9 +23,11 @@
 
 #include <string>
 
+#include "vorn/foundation/Export.h"
+
 namespace vorn {
 
-class Attribute {
+class VORN_API Attribute {
  public:
   virtual ~Attribute();
 

@@ -17,6 +17,7 @@
 #ifndef VORN_TREEMODEL_ATTRIBUTESUPPLIER_H_
 #define VORN_TREEMODEL_ATTRIBUTESUPPLIER_H_
 
+#include "vorn/foundation/Export.h"
 #include "vorn/foundation/THandle.h"
 #include "vorn/treemodel/Attribute.h"
 
@@ -24,7 +25,7 @@ namespace vorn {
 
 class ModelItem;
 
-class AttributeSupplier {
+class VORN_API AttributeSupplier {
  public:
   virtual ~AttributeSupplier();
 

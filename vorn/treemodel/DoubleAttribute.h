@@ -15,11 +15,12 @@
 
 #include <string>
 
+#include "vorn/foundation/Export.h"
 #include "vorn/treemodel/Attribute.h"
 
 namespace vorn {
 
-class DoubleAttribute : public Attribute {
+class VORN_API DoubleAttribute : public Attribute {
  public:
   DoubleAttribute() = default;
   explicit DoubleAttribute(double value) noexcept : value_(value) {}

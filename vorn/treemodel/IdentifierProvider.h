@@ -9,10 +9,11 @@
 #define VORN_TREEMODEL_IDENTIFIERPROVIDER_H_
 
 #include "vorn/database/DatabaseEntryIdentifier.h"
+#include "vorn/foundation/Export.h"
 
 namespace vorn {
 
-class IdentifierProvider {
+class VORN_API IdentifierProvider {
  public:
   virtual DatabaseEntryIdentifier identifier() const = 0;
   virtual ~IdentifierProvider();

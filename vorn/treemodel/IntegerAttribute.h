@@ -12,11 +12,12 @@
 
 #include <string>
 
+#include "vorn/foundation/Export.h"
 #include "vorn/treemodel/Attribute.h"
 
 namespace vorn {
 
-class IntegerAttribute : public Attribute {
+class VORN_API IntegerAttribute : public Attribute {
  public:
   IntegerAttribute() = default;
   explicit IntegerAttribute(int value) noexcept : value_(value) {}

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "vorn/database/DatabaseEntryIdentifier.h"
+#include "vorn/foundation/Export.h"
 #include "vorn/foundation/THandle.h"
 #include "vorn/treemodel/Attribute.h"
 #include "vorn/treemodel/AttributeSupplier.h"
@@ -29,7 +30,7 @@
 
 namespace vorn {
 
-class ModelItem : public IdentifierProvider {
+class VORN_API ModelItem : public IdentifierProvider {
  public:
   ModelItem() = default;
   explicit ModelItem(const DatabaseEntryIdentifier& identifier) : identifier_(identifier) {}

@@ -14,11 +14,12 @@
 #include <string>
 #include <utility>
 
+#include "vorn/foundation/Export.h"
 #include "vorn/treemodel/Attribute.h"
 
 namespace vorn {
 
-class TextAttribute : public Attribute {
+class VORN_API TextAttribute : public Attribute {
  public:
   TextAttribute() = default;
   explicit TextAttribute(std::string text) noexcept : text_(std::move(text)) {}

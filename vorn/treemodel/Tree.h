@@ -67,8 +67,6 @@ struct tree_node_ {
 template <class T, class Allocator>
 class Tree;
 
-namespace detail {
-
 template <class T, bool Const>
 class TreeSiblingIterator;
 
@@ -267,8 +265,6 @@ TreeSiblingIterator<T, Const> TreeIteratorBase<T, Const>::end() const noexcept {
   return TreeSiblingIterator<T, Const>(nullptr, node_);
 }
 
-}  // namespace detail
-
 template <class T, class Allocator = std::allocator<tree_node_<T>>>
 class Tree {
  public:
@@ -280,12 +276,12 @@ class Tree {
   using allocator_type = Allocator;
   using node_type = tree_node_<T>;
 
-  using iterator_base = detail::TreeIteratorBase<T, false>;
-  using const_iterator_base = detail::TreeIteratorBase<T, true>;
-  using pre_order_iterator = detail::TreePreOrderIterator<T, false>;
-  using const_pre_order_iterator = detail::TreePreOrderIterator<T, true>;
-  using sibling_iterator = detail::TreeSiblingIterator<T, false>;
-  using const_sibling_iterator = detail::TreeSiblingIterator<T, true>;
+  using iterator_base = TreeIteratorBase<T, false>;
+  using const_iterator_base = TreeIteratorBase<T, true>;
+  using pre_order_iterator = TreePreOrderIterator<T, false>;
+  using const_pre_order_iterator = TreePreOrderIterator<T, true>;
+  using sibling_iterator = TreeSiblingIterator<T, false>;
+  using const_sibling_iterator = TreeSiblingIterator<T, true>;
   using iterator = pre_order_iterator;
   using const_iterator = const_pre_order_iterator;
 
@@ -390,7 +386,7 @@ class Tree {
 
   // The number of ancestors: 0 for a top-level node.
   template <bool C>
-  static int depth(const detail::TreeIteratorBase<T, C>& position) noexcept {
+  static int depth(const TreeIteratorBase<T, C>& position) noexcept {
     int d = 0;
     for (const node_type* n = position.node()->parent; n != nullptr; n = n->parent) ++d;
     return d;
@@ -398,7 +394,7 @@ class Tree {
 
   // False for a null position and for the two sentinels.
   template <bool C>
-  bool is_valid(const detail::TreeIteratorBase<T, C>& position) const noexcept {
+  bool is_valid(const TreeIteratorBase<T, C>& position) const noexcept {
     const node_type* n = position.node();
     return n != nullptr && n != &head_ && n != &tail_;
   }
@@ -465,8 +461,8 @@ class Tree {
   // the end of `position`'s children for an empty range. The copies are made
   // before anything is linked, so a failure leaves the tree unchanged.
   template <class Iter, bool C>
-  sibling_iterator append_children(Iter position, detail::TreeSiblingIterator<T, C> from,
-                                    detail::TreeSiblingIterator<T, C> to) {
+  sibling_iterator append_children(Iter position, TreeSiblingIterator<T, C> from,
+                                    TreeSiblingIterator<T, C> to) {
     require_mutable_<Iter>();
     node_type* parent = position.node();
     std::vector<node_type*> copies;
@@ -485,7 +481,7 @@ class Tree {
 
   // Inserts a copy of `subtree` (the node and its descendants) before `position`.
   template <class Iter, bool C>
-  Iter insert_subtree(Iter position, const detail::TreeIteratorBase<T, C>& subtree) {
+  Iter insert_subtree(Iter position, const TreeIteratorBase<T, C>& subtree) {
     require_mutable_<Iter>();
     return Iter(link_before_(position, copy_subtree_(subtree.node())));
   }
@@ -493,7 +489,7 @@ class Tree {
   // Puts a copy of `subtree` in place of the node at `position` and its
   // subtree. `subtree` may lie inside the replaced part.
   template <class Iter, bool C>
-  Iter replace(Iter position, const detail::TreeIteratorBase<T, C>& subtree) {
+  Iter replace(Iter position, const TreeIteratorBase<T, C>& subtree) {
     require_mutable_<Iter>();
     node_type* old = position.node();
     node_type* copy = copy_subtree_(subtree.node());
@@ -526,7 +522,7 @@ class Tree {
   }
 
   template <bool C>
-  void erase_children(const detail::TreeIteratorBase<T, C>& position) noexcept {
+  void erase_children(const TreeIteratorBase<T, C>& position) noexcept {
     node_type* n = position.node();
     while (n->first_child != nullptr) {
       node_type* child = n->first_child;
@@ -552,13 +548,13 @@ class Tree {
   // is inserted before `to_end` (and so joins the searched range unless the
   // range was empty). Runs without recursion.
   template <bool C>
-  void merge(sibling_iterator to, sibling_iterator to_end, detail::TreeSiblingIterator<T, C> from,
-             detail::TreeSiblingIterator<T, C> from_end, bool duplicate_leaves) {
+  void merge(sibling_iterator to, sibling_iterator to_end, TreeSiblingIterator<T, C> from,
+             TreeSiblingIterator<T, C> from_end, bool duplicate_leaves) {
     struct Frame {
       sibling_iterator to;
       sibling_iterator to_end;
-      detail::TreeSiblingIterator<T, C> from;
-      detail::TreeSiblingIterator<T, C> from_end;
+      TreeSiblingIterator<T, C> from;
+      TreeSiblingIterator<T, C> from_end;
     };
     std::vector<Frame> stack;
     stack.push_back(Frame{to, to_end, from, from_end});
@@ -591,8 +587,8 @@ class Tree {
         }
       } else {
         Frame child{sibling_iterator(found->first_child, found), sibling_iterator(nullptr, found),
-                    detail::TreeSiblingIterator<T, C>(f->first_child, const_cast<node_type*>(f)),
-                    detail::TreeSiblingIterator<T, C>(nullptr, const_cast<node_type*>(f))};
+                    TreeSiblingIterator<T, C>(f->first_child, const_cast<node_type*>(f)),
+                    TreeSiblingIterator<T, C>(nullptr, const_cast<node_type*>(f))};
         // A finished frame goes first, so that merging a chain needs no
         // more memory than merging a flat list.
         if (frame.from == frame.from_end) stack.pop_back();
@@ -793,8 +789,8 @@ class Tree {
   template <class Iter>
   node_type* link_before_(const Iter& position, node_type* n) noexcept {
     if (position.node() != nullptr) return link_before_node_(position.node(), n);
-    if constexpr (std::is_base_of_v<detail::TreeSiblingIterator<T, false>, Iter> ||
-                  std::is_base_of_v<detail::TreeSiblingIterator<T, true>, Iter>) {
+    if constexpr (std::is_base_of_v<TreeSiblingIterator<T, false>, Iter> ||
+                  std::is_base_of_v<TreeSiblingIterator<T, true>, Iter>) {
       if (position.parent_node() != nullptr) return link_last_child_(position.parent_node(), n);
     }
     return link_before_node_(&tail_, n);

@@ -37,6 +37,7 @@
 #include <vector>
 
 #include "vorn/database/DatabaseEntryIdentifier.h"
+#include "vorn/foundation/Export.h"
 #include "vorn/foundation/THandle.h"
 #include "vorn/treemodel/AttributeSupplier.h"
 #include "vorn/treemodel/ModelItem.h"
@@ -48,7 +49,7 @@
 
 namespace vorn {
 
-class TreeModel {
+class VORN_API TreeModel {
  public:
   using tree_type = ModelItemTree;
   using pre_order_iterator = ModelItemTree::pre_order_iterator;

@@ -15,11 +15,12 @@
 
 #include <vector>
 
+#include "vorn/foundation/Export.h"
 #include "vorn/treemodel/ModelItemTree.h"
 
 namespace vorn {
 
-class TreeModelBranch {
+class VORN_API TreeModelBranch {
  public:
   using pre_order_iterator = ModelItemTree::pre_order_iterator;
 

@@ -18,10 +18,11 @@
 #include <vector>
 
 #include "vorn/database/DatabaseEntryIdentifier.h"
+#include "vorn/foundation/Export.h"
 
 namespace vorn {
 
-class TreeModelBranchIdentifiers {
+class VORN_API TreeModelBranchIdentifiers {
  public:
   TreeModelBranchIdentifiers() = default;
   explicit TreeModelBranchIdentifiers(const std::vector<DatabaseEntryIdentifier>& identifiers)

@@ -14,6 +14,7 @@
 
 #include <vector>
 
+#include "vorn/foundation/Export.h"
 #include "vorn/treemodel/ModelItemTree.h"
 #include "vorn/treemodel/TreeModelBranchIdentifiers.h"
 
@@ -23,30 +24,30 @@ using pre_order_iterator = ModelItemTree::pre_order_iterator;
 using sibling_iterator = ModelItemTree::sibling_iterator;
 
 // The number of ancestors; 0 for a top-level item.
-int depth(pre_order_iterator it) noexcept;
+VORN_API int depth(pre_order_iterator it) noexcept;
 
 // The ancestor `n` levels up, stopping at the top level; `it` for n <= 0.
-pre_order_iterator parent(pre_order_iterator it, int n) noexcept;
+VORN_API pre_order_iterator parent(pre_order_iterator it, int n) noexcept;
 
 // The ancestor at depth `d`; `it` when `d` is its own depth. A `d` deeper
 // than `it` climbs past the top and gives a null position.
-pre_order_iterator parent_at_depth(pre_order_iterator it, int d) noexcept;
+VORN_API pre_order_iterator parent_at_depth(pre_order_iterator it, int d) noexcept;
 
 // The top-level ancestor, or `it` itself at the top level.
-pre_order_iterator left_most_parent(pre_order_iterator it) noexcept;
+VORN_API pre_order_iterator left_most_parent(pre_order_iterator it) noexcept;
 
 // True when a sibling in [first, last) has a child.
-bool has_children(sibling_iterator first, sibling_iterator last) noexcept;
+VORN_API bool has_children(sibling_iterator first, sibling_iterator last) noexcept;
 
 // True when a child of `it` has a child.
-bool has_grandchildren(pre_order_iterator it) noexcept;
+VORN_API bool has_grandchildren(pre_order_iterator it) noexcept;
 
 // Puts the path from the top-level ancestor down to `it` in front of
 // whatever `out` already holds.
-void branch(pre_order_iterator it, std::vector<pre_order_iterator>& out);
+VORN_API void branch(pre_order_iterator it, std::vector<pre_order_iterator>& out);
 
 // The identifiers along the path from the top-level ancestor down to `it`.
-TreeModelBranchIdentifiers branch_identifiers(pre_order_iterator it);
+VORN_API TreeModelBranchIdentifiers branch_identifiers(pre_order_iterator it);
 
 }  // namespace vorn::TreeModelFunctions
 

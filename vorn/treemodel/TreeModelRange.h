@@ -9,11 +9,12 @@
 #ifndef VORN_TREEMODEL_TREEMODELRANGE_H_
 #define VORN_TREEMODEL_TREEMODELRANGE_H_
 
+#include "vorn/foundation/Export.h"
 #include "vorn/treemodel/ModelItemTree.h"
 
 namespace vorn {
 
-struct TreeModelRange {
+struct VORN_API TreeModelRange {
   ModelItemTree::pre_order_iterator first;
   ModelItemTree::pre_order_iterator last;
 };

@@ -9,11 +9,12 @@
 #ifndef VORN_TREEMODEL_TREEMODELSIBLINGRANGE_H_
 #define VORN_TREEMODEL_TREEMODELSIBLINGRANGE_H_
 
+#include "vorn/foundation/Export.h"
 #include "vorn/treemodel/ModelItemTree.h"
 
 namespace vorn {
 
-struct TreeModelSiblingRange {
+struct VORN_API TreeModelSiblingRange {
   ModelItemTree::sibling_iterator first;
   ModelItemTree::sibling_iterator last;
 };

@@ -5,7 +5,9 @@
 namespace vorn::detail {
 
 std::uint32_t FirstPositionIndex::hash_of(const DatabaseEntryIdentifier& id) noexcept {
-  const std::size_t h = std::hash<std::string>()(id.text());
+  // Folds a 64-bit hash to 32 bits; a 32-bit size_t is already that wide (and
+  // shifting it by 32 would be undefined).
+  const std::uint64_t h = std::hash<std::string>()(id.text());
   return static_cast<std::uint32_t>(h ^ (h >> 32));
 }
 

@@ -1,11 +1,13 @@
+// Internal: do not include this file directly.
+//
 // HandleWriteRegistry<T>: while a stream writes, gives every distinct object
 // reached through a THandle<T> a serial number and remembers that it has
 // been written, so that an object shared by several handles is stored once.
 //
 // The stream makes one registry per handle type, all sharing its Counter:
 //
-//   vorn::THandle<vorn::Counter> counter(new vorn::Counter);
-//   vorn::HandleWriteRegistry<Leaf> registry(counter);
+//   vorn::THandle<vorn::detail::Counter> counter(new vorn::detail::Counter);
+//   vorn::detail::HandleWriteRegistry<Leaf> registry(counter);
 //   registry.save(a);   // {1, true}: first appearance, write the object
 //   registry.save(a);   // {1, false}: write only the serial number
 //   registry.save(b);   // {2, true}
@@ -13,17 +15,17 @@
 // The registry holds a strong handle to every object it saved, so the
 // objects live at least as long as the stream. save() throws the null-handle
 // std::runtime_error when the registry has no counter, and changes nothing.
-#ifndef VORN_PERSISTENCE_HANDLEWRITEREGISTRY_H_
-#define VORN_PERSISTENCE_HANDLEWRITEREGISTRY_H_
+#ifndef VORN_PERSISTENCE_DETAIL_HANDLEWRITEREGISTRY_H_
+#define VORN_PERSISTENCE_DETAIL_HANDLEWRITEREGISTRY_H_
 
 #include <unordered_map>
 #include <utility>
 
 #include "vorn/foundation/THandle.h"
-#include "vorn/persistence/Counter.h"
-#include "vorn/persistence/HandleWriteRegistryBase.h"
+#include "vorn/persistence/detail/Counter.h"
+#include "vorn/persistence/detail/HandleWriteRegistryBase.h"
 
-namespace vorn {
+namespace vorn::detail {
 
 template <class T>
 class HandleWriteRegistry : public HandleWriteRegistryBase {
@@ -52,6 +54,6 @@ class HandleWriteRegistry : public HandleWriteRegistryBase {
   THandle<Counter> counter_;
 };
 
-}  // namespace vorn
+}  // namespace vorn::detail
 
-#endif  // VORN_PERSISTENCE_HANDLEWRITEREGISTRY_H_
+#endif  // VORN_PERSISTENCE_DETAIL_HANDLEWRITEREGISTRY_H_

@@ -1,9 +1,11 @@
+// Internal: do not include this file directly.
+//
 // HandleReadRegistry<T>: while a stream reads, maps serial numbers back to
 // the handles made for them, so that shared and cyclic graphs are restored
 // with their sharing.
 //
-//   vorn::THandle<vorn::Counter> counter(new vorn::Counter);
-//   vorn::HandleReadRegistry<Leaf> registry(counter);
+//   vorn::THandle<vorn::detail::Counter> counter(new vorn::detail::Counter);
+//   vorn::detail::HandleReadRegistry<Leaf> registry(counter);
 //   auto found = registry.load(1);          // found.missing: make the object
 //   registry.set_value(1, vorn::THandle<Leaf>(new Leaf));
 //   registry.load(1).handle;                // the same object from now on
@@ -13,8 +15,8 @@
 // number out of order.  Expected: <n> was: <m>" otherwise (the counter still
 // moves on, and the handle is not registered). A registry without a counter
 // throws the null-handle std::runtime_error.
-#ifndef VORN_PERSISTENCE_HANDLEREADREGISTRY_H_
-#define VORN_PERSISTENCE_HANDLEREADREGISTRY_H_
+#ifndef VORN_PERSISTENCE_DETAIL_HANDLEREADREGISTRY_H_
+#define VORN_PERSISTENCE_DETAIL_HANDLEREADREGISTRY_H_
 
 #include <sstream>
 #include <stdexcept>
@@ -22,10 +24,10 @@
 #include <utility>
 
 #include "vorn/foundation/THandle.h"
-#include "vorn/persistence/Counter.h"
-#include "vorn/persistence/HandleReadRegistryBase.h"
+#include "vorn/persistence/detail/Counter.h"
+#include "vorn/persistence/detail/HandleReadRegistryBase.h"
 
-namespace vorn {
+namespace vorn::detail {
 
 template <class T>
 class HandleReadRegistry : public HandleReadRegistryBase {
@@ -58,6 +60,6 @@ class HandleReadRegistry : public HandleReadRegistryBase {
   THandle<Counter> counter_;
 };
 
-}  // namespace vorn
+}  // namespace vorn::detail
 
-#endif  // VORN_PERSISTENCE_HANDLEREADREGISTRY_H_
+#endif  // VORN_PERSISTENCE_DETAIL_HANDLEREADREGISTRY_H_

@@ -1,20 +1,22 @@
+// Internal: do not include this file directly.
+//
 // VornTypeInfo: a std::type_info that can be copied, compared and used as
 // the key of an ordered map.
 //
 // Keys order by the address of the type's name string, the order that
 // type_info::before gives on this platform:
 //
-//   std::map<vorn::VornTypeInfo, int> per_type;
-//   per_type[vorn::VornTypeInfo(typeid(int))] = 1;
+//   std::map<vorn::detail::VornTypeInfo, int> per_type;
+//   per_type[vorn::detail::VornTypeInfo(typeid(int))] = 1;
 //
 // Never throws.
-#ifndef VORN_PERSISTENCE_VORNTYPEINFO_H_
-#define VORN_PERSISTENCE_VORNTYPEINFO_H_
+#ifndef VORN_PERSISTENCE_DETAIL_VORNTYPEINFO_H_
+#define VORN_PERSISTENCE_DETAIL_VORNTYPEINFO_H_
 
 #include <cstdint>
 #include <typeinfo>
 
-namespace vorn {
+namespace vorn::detail {
 
 class VornTypeInfo {
  public:
@@ -33,6 +35,6 @@ class VornTypeInfo {
   const std::type_info* info_;
 };
 
-}  // namespace vorn
+}  // namespace vorn::detail
 
-#endif  // VORN_PERSISTENCE_VORNTYPEINFO_H_
+#endif  // VORN_PERSISTENCE_DETAIL_VORNTYPEINFO_H_
