@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs vorn from a build tree into a temporary prefix and builds a small
 # consumer three ways: find_package, pkg-config, and add_subdirectory of the
-# source tree. Each consumer must run and print "consumer ok 42".
+# source tree (as a static library, BUILD_SHARED_LIBS=OFF). Each consumer must
+# run and print "consumer ok 42", and no installed or consumer binary may
+# search the current directory for libraries.
 set -euo pipefail
 build_dir=$1
 source_dir=$2
@@ -36,9 +38,17 @@ check "$work/pkg_config_consumer"
 
 echo "-- add_subdirectory"
 cmake -S "$here/consumer" -B "$work/subdirectory" -G Ninja -DVORN_CONSUMER_MODE=subdirectory \
-  -DVORN_SOURCE_DIR="$source_dir" -DCMAKE_BUILD_TYPE=Release >/dev/null
+  -DVORN_SOURCE_DIR="$source_dir" -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=OFF >/dev/null
 cmake --build "$work/subdirectory" >/dev/null
 check "$work/subdirectory/consumer"
+[ -f "$work/subdirectory/vorn/libvorn.a" ] || { echo "BUILD_SHARED_LIBS=OFF built no libvorn.a" >&2; exit 1; }
+if readelf -d "$work/subdirectory/consumer" | grep -q 'libvorn'; then
+  echo "the static consumer still needs libvorn.so" >&2
+  exit 1
+fi
+
+echo "-- search paths"
+"$here/check_runpath.sh" "$work/prefix" "$work/find_package" "$work/subdirectory" "$work/pkg_config_consumer"
 # Only the library is built for a consumer: no tests, examples or benchmarks.
 if find "$work/subdirectory" -name 'vorn_*_tests' -o -name 'example_*' | grep -q .; then
   echo "add_subdirectory built more than the library" >&2
