@@ -95,7 +95,8 @@ TEST(ArchiveDatabase, FilesAndHashIndexStayInStep) {
   }
   const Db reopened(dir.path, "n", Archive::READ);
   EXPECT_EQ(listed(reopened), "X1\nD1\nB1\n");
-  EXPECT_EQ(*reopened.entry(1)->data() + "," + *reopened.entry(Id("B1"))->data(), "data of D1,again");
+  EXPECT_EQ(*reopened.entry(1)->data(), "data of D1");
+  EXPECT_EQ(*reopened.entry(Id("B1"))->data(), "again");
 
   dir.write("other_D1.ade", "keep");
   Db::delete_database_files(dir.path, "n");

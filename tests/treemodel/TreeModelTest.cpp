@@ -106,15 +106,18 @@ std::string cached(ModelItem& item, const std::vector<THandle<AttributeSupplier>
 TEST(ModelItem, IdentityAndAttributeCache) {
   THandle<ValueSupplier> one(new ValueSupplier), two(new ValueSupplier);
   LabelledItem item;
-  EXPECT_EQ(item.identifier().text() + cached(item, {}), "0:");
+  EXPECT_EQ(item.identifier().text(), "");
+  EXPECT_EQ(cached(item, {}), "0:");
   item.set_identifier(DatabaseEntryIdentifier("ab"));
   EXPECT_TRUE(item == ModelItem(DatabaseEntryIdentifier("ab")));  // the class does not matter
-  EXPECT_FALSE(item == ModelItem(DatabaseEntryIdentifier("AB")) || item == ModelItem(DatabaseEntryIdentifier("a")));
+  EXPECT_FALSE(item == ModelItem(DatabaseEntryIdentifier("AB")));  // case-sensitive
+  EXPECT_FALSE(item == ModelItem(DatabaseEntryIdentifier("a")));
 
   const THandle<Attribute> first = item.attribute(one);
   item.cache_attribute(one);  // computed again, dropped
   item.cache_attributes({two, two});
-  EXPECT_EQ(one->calls + 10 * two->calls, 22);
+  EXPECT_EQ(one->calls, 2);
+  EXPECT_EQ(two->calls, 2);
   item.set_identifier(DatabaseEntryIdentifier("b"));  // keeps the cache
   EXPECT_EQ(cached(item, {one, two}), "2: own 1 own 1");
   item.update_cached_attributes();
@@ -321,19 +324,22 @@ TEST(TreeModel, MergeBranchAddsOnlyWhatIsMissingAndClonesShareItems) {
   build(other, "other\n");
   model.log = other.log = "";
   const Position added = model.merge_branch(branch);
-  EXPECT_EQ(printed(model) + model.log, "r\n\tx\n\t\ty\nappend ");
+  EXPECT_EQ(printed(model), "r\n\tx\n\t\ty\n");
+  EXPECT_EQ(model.log, "append ");
   EXPECT_EQ(*added, *at(source, "y"));                                      // the branch's own item object
   EXPECT_EQ(model.merge_branch(branch), added);                             // nothing left to add
   EXPECT_EQ(model.merge_branch(TreeModelBranch(Position())), model.end());  // an empty branch
   EXPECT_EQ(id_of(other, other.merge_branch(branch)), "y");
-  EXPECT_EQ(printed(other) + other.log, "r\n\tx\n\t\ty\nother\ninsert append append ");
+  EXPECT_EQ(printed(other), "r\n\tx\n\t\ty\nother\n");
+  EXPECT_EQ(other.log, "insert append append ");
 
   source.set_duplicate_checking(false);
   const THandle<TreeModel> copy = source.clone();
   EXPECT_FALSE(copy->is_duplicate_checking_on());
   (*copy->begin())->set_identifier(DatabaseEntryIdentifier("renamed"));
   copy->remove(std::next(copy->begin()));
-  EXPECT_EQ(printed(source) + "|" + printed(*copy), "renamed\n\tx\n\t\ty\n|renamed\n");
+  EXPECT_EQ(printed(source), "renamed\n\tx\n\t\ty\n");  // the copy's items are the source's objects
+  EXPECT_EQ(printed(*copy), "renamed\n");
 
   // merge matches the same item object, not an equal identifier.
   TreeModel from;
@@ -417,7 +423,8 @@ TEST(TreeModelFunctions, BranchesAndAncestors) {
   const TreeModelBranch branch(d);
   EXPECT_EQ((std::vector<Position>{branch.node(0), branch.node(1), branch.node(2), branch.node(3)}),
             (std::vector<Position>{a, b, d, Position()}));
-  EXPECT_EQ(branch.size() + 10 * TreeModelBranch(z).size(), 13u);
+  EXPECT_EQ(branch.size(), 3u);
+  EXPECT_EQ(TreeModelBranch(z).size(), 1u);
   EXPECT_EQ(tmf::branch_identifiers(d), path("a/b/d"));
   EXPECT_EQ(tmf::branch_identifiers(z), path("z"));
   std::vector<Position> out{z};
