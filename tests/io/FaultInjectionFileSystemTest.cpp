@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "ScratchDirectory.h"
+#include "IoTestSupport.h"
 #include "vorn/io/FileFunctions.h"
 #include "vorn/io/FileSystem.h"
 #include "vorn/testing/FaultInjectionFileSystem.h"
@@ -18,6 +18,7 @@
 namespace vorn {
 namespace {
 
+using test::error_of;
 using test::ScratchDirectory;
 using Files = std::map<std::string, std::string>;  // name -> content
 
@@ -67,18 +68,9 @@ TEST(FaultInjectionFileSystem, CountsAndFailsTheKthOperation) {
     FaultInjectionFileSystem fs;
     fs.fail_operation(2, ENOSPC, c.repeat);
     std::unique_ptr<File> file = fs.open(fresh.file("f"), creating());
-    int error = 0;
-    try {
-      file->write_at(0, "x", 1);
-    } catch (const FileError& e) {
-      error = e.error();
-    }
-    EXPECT_EQ(error, ENOSPC);
+    EXPECT_EQ(error_of([&] { file->write_at(0, "x", 1); }), ENOSPC);
     EXPECT_EQ(fresh.read("f"), "");  // the failed write had no effect
-    try {
-      file->size();
-    } catch (const FileError&) {
-    }
+    error_of([&] { file->size(); });
     EXPECT_EQ(fs.injected_failures(), c.injected);  // the size() after it fails too, or not
   }
 }
@@ -89,13 +81,7 @@ TEST(FaultInjectionFileSystem, CrashRefusesLaterOperations) {
   fs.crash_after(1);
   std::unique_ptr<File> file = fs.open(dir.file("f"), creating());
   EXPECT_FALSE(fs.crashed());
-  int error = 0;
-  try {
-    file->write_at(0, "x", 1);
-  } catch (const FileError& e) {
-    error = e.error();
-  }
-  EXPECT_EQ(error, EIO);
+  EXPECT_EQ(error_of([&] { file->write_at(0, "x", 1); }), EIO);
   EXPECT_TRUE(fs.crashed());
 }
 
@@ -174,13 +160,7 @@ TEST(FaultInjectionFileSystem, FilesOpenAtThePowerLossAreGone) {
   fs.crash_after(fs.operation_count());
   fs.drop_unsynced();
   EXPECT_FALSE(fs.crashed());  // the file system works again
-  int error = 0;
-  try {
-    file->write_at(0, "x", 1);
-  } catch (const FileError& e) {
-    error = e.error();
-  }
-  EXPECT_EQ(error, EIO);
+  EXPECT_EQ(error_of([&] { file->write_at(0, "x", 1); }), EIO);
   EXPECT_FALSE(dir.read("f").has_value());
 }
 
@@ -211,13 +191,7 @@ TEST(FaultInjectionFileSystem, ReplaceFileAtomicallyUnderEveryFault) {
       FaultInjectionFileSystem fs;
       fs.fail_operation(k, error);
       FileSystem::Scoped use(fs);
-      int thrown = 0;
-      try {
-        replace_file_atomically(dir.file("t"), new_bytes);
-      } catch (const FileError& e) {
-        thrown = e.error();
-      }
-      EXPECT_EQ(thrown, error);
+      EXPECT_EQ(error_of([&] { replace_file_atomically(dir.file("t"), new_bytes); }), error);
       EXPECT_EQ(files_in(dir), (Files{{"t", k <= rename_at ? old_bytes : new_bytes}}));
     }
     SCOPED_TRACE("power cut after operation " + std::to_string(k));
@@ -227,10 +201,7 @@ TEST(FaultInjectionFileSystem, ReplaceFileAtomicallyUnderEveryFault) {
     fs.crash_after(k);
     {
       FileSystem::Scoped use(fs);
-      try {
-        replace_file_atomically(dir.file("t"), new_bytes);
-      } catch (const FileError&) {
-      }
+      error_of([&] { replace_file_atomically(dir.file("t"), new_bytes); });
     }
     fs.drop_unsynced();
     EXPECT_EQ(files_in(dir), (Files{{"t", k < total ? old_bytes : new_bytes}}));
@@ -248,12 +219,7 @@ TEST(FileFunctions, ReadAndReplace) {
   const std::string big(200000, 'z');  // more than one read
   replace_file_atomically(dir.file("big"), big);
   EXPECT_EQ(read_file(dir.file("big")), big);
-  try {
-    read_file(dir.file("missing"));
-    ADD_FAILURE() << "no FileError";
-  } catch (const FileError& e) {
-    EXPECT_EQ(e.error(), ENOENT);
-  }
+  EXPECT_EQ(error_of([&] { read_file(dir.file("missing")); }), ENOENT);
   const struct { const char* path; const char* parent; } parents[] = {
       {"/a/b", "/a"}, {"/a", "/"}, {"a", "."}, {"a//b", "a"}, {"/a/b/", "/a/b"},
   };

@@ -4,30 +4,20 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <functional>
 #include <memory>
 #include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "ScratchDirectory.h"
+#include "IoTestSupport.h"
 #include "vorn/io/FileSystem.h"
 
 namespace vorn {
 namespace {
 
+using test::error_of;
 using test::ScratchDirectory;
-
-// The errno of the FileError `action` throws; 0 when it throws none.
-int error_of(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const FileError& e) {
-    return e.error();
-  }
-  return 0;
-}
 
 OpenOptions writing(bool create, bool exclusive) {
   OpenOptions options;

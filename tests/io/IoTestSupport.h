@@ -1,21 +1,36 @@
-// A fresh directory under /tmp for one test, removed with everything in it
-// at the end of the scope; files are read and written with plain streams so
-// that the checks do not go through the layer under test.
-#ifndef VORN_TESTS_IO_SCRATCHDIRECTORY_H_
-#define VORN_TESTS_IO_SCRATCHDIRECTORY_H_
+// Helpers of the file layer tests: a scratch directory whose files are read
+// and written with plain streams, so that the checks do not go through the
+// layer under test, and the errno of the FileError an action throws.
+#ifndef VORN_TESTS_IO_IOTESTSUPPORT_H_
+#define VORN_TESTS_IO_IOTESTSUPPORT_H_
 
 #include <stdlib.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <fstream>
 #include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "vorn/io/FileSystem.h"
+
 namespace vorn::test {
 
+// The errno of the FileError `action` throws; 0 when it throws none.
+inline int error_of(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const FileError& e) {
+    return e.error();
+  }
+  return 0;
+}
+
+// A fresh directory under /tmp for one test, removed with everything in it
+// at the end of the scope.
 class ScratchDirectory {
  public:
   ScratchDirectory() {
@@ -55,4 +70,4 @@ class ScratchDirectory {
 
 }  // namespace vorn::test
 
-#endif  // VORN_TESTS_IO_SCRATCHDIRECTORY_H_
+#endif  // VORN_TESTS_IO_IOTESTSUPPORT_H_
