@@ -1,17 +1,13 @@
 #include "Cli.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <sstream>
-#include <system_error>
 #include <utility>
+
+#include "vorn/io/FileFunctions.h"
+#include "vorn/io/FileSystem.h"
 
 namespace vorn::cli {
 
@@ -40,28 +36,10 @@ std::string read_file(const std::string& path) {
     bytes << std::cin.rdbuf();
     return bytes.str();
   }
-  std::ifstream in(path, std::ios::binary);
-  if (!in) throw std::runtime_error("cannot open '" + path + "': " + std::strerror(errno));
-  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  if (in.bad()) throw std::runtime_error("cannot read '" + path + "'");
-  return bytes;
-}
-
-void write_file_atomically(const std::string& path, const std::string& bytes) {
-  const std::string temporary = path + ".vorn-tmp-" + std::to_string(::getpid());
-  {
-    std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    out.close();
-    if (!out) {
-      std::remove(temporary.c_str());
-      throw std::runtime_error("cannot write '" + path + "'");
-    }
-  }
-  if (std::rename(temporary.c_str(), path.c_str()) != 0) {
-    const int error = errno;
-    std::remove(temporary.c_str());
-    throw std::runtime_error("cannot write '" + path + "': " + std::strerror(error));
+  try {
+    return vorn::read_file(path);
+  } catch (const FileError& e) {
+    throw std::runtime_error("cannot read '" + path + "': " + std::strerror(e.error()));
   }
 }
 

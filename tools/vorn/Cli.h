@@ -1,5 +1,5 @@
 // Shared pieces of the vorn tool: the command-line cursor, usage errors and
-// whole-file output that never leaves a half-written file behind.
+// whole-file input.
 #ifndef VORN_TOOLS_VORN_CLI_H_
 #define VORN_TOOLS_VORN_CLI_H_
 
@@ -37,12 +37,9 @@ class Arguments {
   std::size_t next_ = 0;
 };
 
-// Whole file contents, or standard input for "-".
+// Whole file contents, or standard input for "-". Files written by the
+// tool go through vorn::replace_file_atomically.
 std::string read_file(const std::string& path);
-
-// Writes `bytes` to `path` through a temporary file in the same directory
-// that is renamed into place, so `path` holds the old or the new content.
-void write_file_atomically(const std::string& path, const std::string& bytes);
 
 // Writes `bytes` to standard output and flushes; throws when that fails.
 void write_stdout(const std::string& bytes);

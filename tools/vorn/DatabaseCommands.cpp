@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -20,6 +19,7 @@
 #include "vorn/database/DatabaseEntry.h"
 #include "vorn/database/DatabaseEntryIdentifier.h"
 #include "vorn/foundation/StringFunctions.h"
+#include "vorn/io/FileFunctions.h"
 #include "vorn/progress/ProgressMonitor.h"
 #include "vorn/progress/TextProgressDisplay.h"
 
@@ -97,7 +97,7 @@ int create(Arguments& args) {
   const std::string index = TextDatabase::index_file_path(where.directory, where.name);
   if (fs::exists(index)) throw std::runtime_error("database '" + where.name + "' already exists in '" + where.directory + "'");
   fs::create_directories(where.directory);
-  write_file_atomically(index, "");
+  vorn::replace_file_atomically(index, "");
   return 0;
 }
 
@@ -174,8 +174,7 @@ std::vector<std::pair<std::string, std::string>> collect_import(const std::strin
       items.emplace_back(id, file.string());
     }
   } else {
-    std::ifstream list(source);
-    if (!list) throw std::runtime_error("cannot open '" + source + "'");
+    std::istringstream list(read_file(source));
     const fs::path base = fs::path(source).parent_path();
     std::string line;
     int number = 0;
@@ -242,7 +241,7 @@ int export_entries(Arguments& args) {
   Progress progress("export", db->size());
   for (int i = 0; i < db->size(); ++i) {
     const THandle<Entry> entry = db->entry(i);
-    write_file_atomically((fs::path(target) / to_valid_base_filename(entry->identifier())).string(), *entry->data());
+    vorn::replace_file_atomically((fs::path(target) / to_valid_base_filename(entry->identifier())).string(), *entry->data());
     progress.step(i + 1);
   }
   progress.complete();

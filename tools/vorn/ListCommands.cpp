@@ -1,6 +1,5 @@
 // vorn ids and vorn pairs: identifier lists (gcd files) and identifier pair
 // lists (dip files).
-#include <fstream>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
@@ -25,8 +24,7 @@ List read_list(const std::string& path) {
     list.read_from_file(std::cin);
     return list;
   }
-  std::ifstream in(path, std::ios::binary);
-  if (!in) throw std::runtime_error("cannot open '" + path + "'");
+  std::istringstream in(read_file(path));
   list.read_from_file(in);
   return list;
 }

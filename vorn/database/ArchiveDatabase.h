@@ -51,6 +51,7 @@
 #include "vorn/database/detail/IndexFile.h"
 #include "vorn/foundation/Export.h"
 #include "vorn/foundation/THandle.h"
+#include "vorn/io/FileFunctions.h"
 #include "vorn/persistence/Archive.h"
 #include "vorn/persistence/VersionedArchive.h"
 
@@ -260,7 +261,7 @@ void ArchiveDatabase<Entry>::remove(const DatabaseEntryIdentifier& id) {
   }
   positions_.rebuild(identifiers_);
   // An index that could not be rewritten still lists the entry: keep its file.
-  if (index_written) std::remove(absolute_entry_file_name(removed).c_str());
+  if (index_written) try_remove_file(absolute_entry_file_name(removed));
 }
 
 template <class Entry>
@@ -276,8 +277,8 @@ void ArchiveDatabase<Entry>::delete_database_files(const std::string& directory,
       continue;
     }
     const std::string path = database.absolute_entry_file_name(*it);
-    std::remove(path.c_str());
-    std::remove((path + ".tmp").c_str());
+    try_remove_file(path);
+    try_remove_file(path + ".tmp");
   }
 }
 

@@ -9,9 +9,10 @@
 #include <charconv>
 #include <climits>
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <fstream>
+#include <memory>
 #include <stdexcept>
 #include <streambuf>
 #include <system_error>
@@ -22,6 +23,7 @@
 #endif
 
 #include "vorn/foundation/VornLog.h"
+#include "vorn/io/FileSystem.h"
 
 namespace vorn {
 
@@ -484,15 +486,29 @@ std::istream& getline(std::istream& stream, std::string& line) {
 }
 
 void copy_file(const std::string& from, const std::string& to) {
-  std::error_code error;
-  if (std::filesystem::is_directory(from, error)) return;
-  std::ifstream in(from, std::ios_base::in | std::ios_base::binary);
-  if (!in) return;
-  // Opening the target truncates it: never when it is the source itself.
-  if (std::filesystem::equivalent(from, to, error)) return;
-  std::ofstream out(to, std::ios_base::out | std::ios_base::trunc | std::ios_base::binary);
-  if (!out) return;
-  if (!Traits::eq_int_type(in.rdbuf()->sgetc(), Traits::eof())) out << in.rdbuf();
+  FileSystem& fs = FileSystem::current();
+  try {
+    // Refuses a directory, a FIFO or a device before the target is touched.
+    std::unique_ptr<File> in = fs.open(from, OpenOptions());
+    // Opening the target truncates it: never when it is the source itself.
+    std::error_code error;
+    if (std::filesystem::equivalent(from, to, error)) return;
+    OpenOptions writing;
+    writing.read = false;
+    writing.write = true;
+    writing.create = true;
+    writing.truncate = true;
+    std::unique_ptr<File> out = fs.open(to, writing);
+    std::string buffer(64 * 1024, '\0');
+    std::uint64_t offset = 0;
+    while (const std::size_t n = in->read_at(offset, buffer.data(), buffer.size())) {
+      out->write_at(offset, buffer.data(), n);
+      offset += n;
+    }
+    out->close();
+  } catch (const FileError&) {
+    // Reports nothing, as documented.
+  }
 }
 
 bool CaseInsensitiveStringLess::operator()(const std::string& a, const std::string& b) const noexcept {

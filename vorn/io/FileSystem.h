@@ -1,7 +1,8 @@
 // FileSystem: the one seam through which the library touches files.
 //
 // Every file operation vorn makes (open or create a file, read, write, sync
-// it, sync a directory, rename, remove, lock, stat, list) goes through the
+// it, sync a directory, rename, remove, set permissions, lock, stat, list)
+// goes through the
 // process-wide FileSystem::current(). By default that is the POSIX file
 // system; tests install a fault-injecting one (vorn/testing) that fails the
 // k-th operation or forgets what was never synced, to prove that no
@@ -22,6 +23,11 @@
 // and whose what() reads "<Class>::<operation>: <path>: <system reason>",
 // for example "File::write_at: /data/new.ade: No space left on device".
 // Like the rest of the library, a FileSystem is used from one thread.
+//
+// open() accepts regular files only: a directory is refused with EISDIR and
+// anything else (a FIFO, a device, a socket) with EINVAL, without ever
+// blocking on it. Whole-file reads and atomic replacement are built on this
+// interface in vorn/io/FileFunctions.h.
 #ifndef VORN_IO_FILESYSTEM_H_
 #define VORN_IO_FILESYSTEM_H_
 
@@ -145,6 +151,8 @@ class VORN_API FileSystem {
   virtual void rename(const std::string& from, const std::string& to) = 0;
   // Removes the file `path`; ENOENT is an error too.
   virtual void remove(const std::string& path) = 0;
+  // Sets the permission bits (07777) of `path`, whatever the umask (chmod(2)).
+  virtual void set_permissions(const std::string& path, unsigned int permissions) = 0;
   // Makes the creations, renames and removals in `directory` durable.
   virtual void sync_directory(const std::string& directory) = 0;
   // The status of `path`, or nothing when it does not exist.

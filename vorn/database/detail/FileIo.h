@@ -1,28 +1,16 @@
 // Internal: do not include this file directly.
 //
-// Small POSIX file helpers of the archive database: whole-file reads and
-// writes that retry short transfers and interrupted calls, and the atomic
-// replacement of a file through a temporary file in the same directory.
+// The entry-file update of the archive database, on FileSystem::current().
 #ifndef VORN_DATABASE_DETAIL_FILEIO_H_
 #define VORN_DATABASE_DETAIL_FILEIO_H_
 
-#include <sys/stat.h>
-
-#include <cstddef>
-#include <cstdint>
 #include <string>
 
 namespace vorn::detail {
 
-// Writes all `size` bytes at `offset`; false (errno set) on failure.
-bool write_all(int fd, const void* data, std::size_t size, std::uint64_t offset) noexcept;
-
-// Reads the whole regular file `path` into `text`; false when it cannot be
-// opened or is not a regular file. `after`, when given, receives its state.
-bool read_whole_file(const std::string& path, std::string& text, struct stat* after = nullptr);
-
-// True when `path` exists (as anything).
-bool file_exists(const std::string& path) noexcept;
+// True when `path` exists (as anything); false also when it cannot be
+// examined.
+bool file_exists(const std::string& path);
 
 // Makes the file `path` begin with `bytes`, keeping whatever it held beyond
 // them, as an update in place would. A new file is written directly; an

@@ -1,15 +1,11 @@
 #include "vorn/database/detail/IndexFile.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdio>
 #include <cstring>
+#include <optional>
 
 #include "vorn/database/database_error.h"
-#include "vorn/database/detail/FileIo.h"
 #include "vorn/database/detail/ListText.h"
+#include "vorn/io/FileFunctions.h"
 
 namespace vorn::detail {
 
@@ -42,55 +38,102 @@ std::vector<DatabaseEntryIdentifier> parse_index(const std::string& text, bool& 
 IndexFile::~IndexFile() { forget(); }
 
 void IndexFile::forget() noexcept {
-  if (fd_ >= 0) ::close(fd_);
-  fd_ = -1;
+  file_.reset();  // closes, ignoring errors
   known_ = false;
+}
+
+namespace {
+
+bool same_file(const FileStatus& a, const FileStatus& b) noexcept {
+  return a.device == b.device && a.inode == b.inode && a.size == b.size && a.modified_ns == b.modified_ns;
+}
+
+std::optional<FileStatus> status_of(const std::string& path) {
+  try {
+    return FileSystem::current().stat(path);
+  } catch (const FileError&) {
+    return std::nullopt;
+  }
+}
+
+[[noreturn]] void index_write_error(const std::string& what, const std::string& path, int error) {
+  throw database_error("ArchiveDatabase::write_index_file: cannot " + what + " " + path + ": " + std::strerror(error));
+}
+
+}  // namespace
+
+void IndexFile::remember_state() {
+  const std::optional<FileStatus> now = status_of(path_);
+  known_ = now.has_value();
+  if (known_) state_ = *now;
 }
 
 std::vector<DatabaseEntryIdentifier> IndexFile::load() {
   forget();
+  // The state is trusted only when the file did not change while it was read.
+  const std::optional<FileStatus> before = status_of(path_);
   std::string text;
-  struct stat after {};
-  if (!read_whole_file(path_, text, &after)) return {};
+  try {
+    text = read_file(path_);
+  } catch (const FileError&) {
+    return {};
+  }
+  const std::optional<FileStatus> after = status_of(path_);
   bool canonical = false;
   std::vector<DatabaseEntryIdentifier> ids = parse_index(text, canonical);
-  if (canonical && static_cast<std::size_t>(after.st_size) == text.size()) {
-    state_ = after;
+  if (canonical && before && after && same_file(*before, *after) && after->size == text.size()) {
+    state_ = *after;
     known_ = true;
   }
   return ids;
 }
 
 bool IndexFile::unchanged_on_disk() const {
-  struct stat now {};
-  if (::stat(path_.c_str(), &now) != 0) return false;
-  return now.st_dev == state_.st_dev && now.st_ino == state_.st_ino && now.st_size == state_.st_size &&
-         now.st_mtim.tv_sec == state_.st_mtim.tv_sec && now.st_mtim.tv_nsec == state_.st_mtim.tv_nsec;
+  const std::optional<FileStatus> now = status_of(path_);
+  return now && same_file(*now, state_);
 }
 
 bool IndexFile::rewrite(const std::vector<DatabaseEntryIdentifier>& ids) {
   forget();
+  FileSystem& fs = FileSystem::current();
   const std::string text = identifier_lines(ids);
   const std::string temporary = path_ + ".tmp";
-  int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  if (fd < 0) {
+  OpenOptions options;
+  options.read = false;
+  options.write = true;
+  options.create = true;
+  options.truncate = true;
+  std::unique_ptr<File> file;
+  try {
+    file = fs.open(temporary, options);
+  } catch (const FileError&) {
     // The directory takes no new files; an existing, writable index is still
     // rewritten, in place.
-    fd = ::open(path_.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
-    if (fd < 0) return false;  // like an index that cannot be opened: not reported
-    if (!write_all(fd, text.data(), text.size(), 0)) {
-      const int error = errno;
-      ::close(fd);
-      throw database_error("ArchiveDatabase::write_index_file: cannot write " + path_ + ": " + std::strerror(error));
+    options.create = false;
+    try {
+      file = fs.open(path_, options);
+    } catch (const FileError&) {
+      return false;  // like an index that cannot be opened: not reported
     }
-  } else if (!write_all(fd, text.data(), text.size(), 0) || ::rename(temporary.c_str(), path_.c_str()) != 0) {
-    const int error = errno;
-    ::close(fd);
-    ::unlink(temporary.c_str());
-    throw database_error("ArchiveDatabase::write_index_file: cannot write " + path_ + ": " + std::strerror(error));
+    try {
+      file->write_at(0, text.data(), text.size());
+    } catch (const FileError& e) {
+      index_write_error("write", path_, e.error());
+    }
+    file_ = std::move(file);
+    remember_state();
+    return true;
   }
-  fd_ = fd;
-  known_ = ::fstat(fd_, &state_) == 0;
+  try {
+    file->write_at(0, text.data(), text.size());
+    fs.rename(temporary, path_);
+  } catch (const FileError& e) {
+    file.reset();
+    try_remove_file(temporary);
+    index_write_error("write", path_, e.error());
+  }
+  file_ = std::move(file);
+  remember_state();
   return true;
 }
 
@@ -99,27 +142,36 @@ void IndexFile::append_last(const std::vector<DatabaseEntryIdentifier>& ids) {
     rewrite(ids);
     return;
   }
-  if (fd_ < 0) {
-    fd_ = ::open(path_.c_str(), O_WRONLY | O_CLOEXEC);
-    struct stat opened {};
-    if (fd_ < 0 || ::fstat(fd_, &opened) != 0 || opened.st_ino != state_.st_ino || opened.st_dev != state_.st_dev) {
+  if (!file_) {
+    OpenOptions options;
+    options.read = false;
+    options.write = true;
+    try {
+      file_ = FileSystem::current().open(path_, options);
+    } catch (const FileError&) {
+      rewrite(ids);
+      return;
+    }
+    // The file opened must be the one whose state was remembered.
+    const std::optional<FileStatus> opened = status_of(path_);
+    if (!opened || opened->inode != state_.inode || opened->device != state_.device) {
       rewrite(ids);
       return;
     }
   }
   const std::string line = ids.back().text() + '\n';
-  if (!write_all(fd_, line.data(), line.size(), static_cast<std::uint64_t>(state_.st_size))) {
-    const int error = errno;
+  try {
+    file_->write_at(state_.size, line.data(), line.size());
+  } catch (const FileError& e) {
     forget();
-    throw database_error("ArchiveDatabase::write_index_file: cannot append to " + path_ + ": " +
-                         std::strerror(error));
+    index_write_error("append to", path_, e.error());
   }
-  known_ = ::fstat(fd_, &state_) == 0;
+  remember_state();
 }
 
 void IndexFile::remove_files(const std::string& path) {
-  std::remove(path.c_str());
-  std::remove((path + ".tmp").c_str());
+  try_remove_file(path);
+  try_remove_file(path + ".tmp");
 }
 
 }  // namespace vorn::detail

@@ -1,22 +1,22 @@
 // Internal: do not include this file directly.
 //
-// The index file of an archive database: one identifier per line, each
-// followed by "\n". Every full rewrite goes to a temporary file in the same
-// directory that is then renamed over the index, so a crash leaves either
-// the old or the new index. When the file on disk is still exactly what this
+// The index file of an archive database, on FileSystem::current(): one
+// identifier per line, each followed by "\n". Every full rewrite goes to a
+// temporary file in the same directory that is then renamed over the index,
+// so a crash leaves either the old or the new index. When the file on disk is still exactly what this
 // object last wrote or read (same inode, size and modification time, and in
 // the canonical form), an appended identifier is written as one more line
 // instead of rewriting the file.
 #ifndef VORN_DATABASE_DETAIL_INDEXFILE_H_
 #define VORN_DATABASE_DETAIL_INDEXFILE_H_
 
-#include <sys/stat.h>
-
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "vorn/database/DatabaseEntryIdentifier.h"
+#include "vorn/io/FileSystem.h"
 
 namespace vorn::detail {
 
@@ -54,11 +54,12 @@ class IndexFile {
  private:
   bool unchanged_on_disk() const;
   void forget() noexcept;
+  void remember_state();
 
   std::string path_;
-  int fd_ = -1;          // open on the file last written, or -1
-  bool known_ = false;   // state_ describes the file last written or read
-  struct stat state_ {};
+  std::unique_ptr<File> file_;  // open on the file last written, or null
+  bool known_ = false;          // state_ describes the file last written or read
+  FileStatus state_;
 };
 
 }  // namespace vorn::detail

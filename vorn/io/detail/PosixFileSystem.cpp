@@ -66,7 +66,9 @@ class PosixFile final : public File {
 
   void sync() override {
     check_open("File::sync");
-    if (::fsync(fd_) != 0) throw FileError(errno, "File::sync", path());
+    while (::fsync(fd_) != 0) {
+      if (errno != EINTR) throw FileError(errno, "File::sync", path());
+    }
   }
 
   void close() override {
@@ -123,13 +125,19 @@ std::unique_ptr<File> PosixFileSystem::open(const std::string& path, const OpenO
   } while (fd < 0 && errno == EINTR);
   if (fd < 0) throw FileError(errno, "FileSystem::open", path);
   struct stat state {};
-  if (::fstat(fd, &state) != 0 || !S_ISREG(state.st_mode)) {
-    const int error = S_ISDIR(state.st_mode) ? EISDIR : EINVAL;
+  int error = 0;
+  if (::fstat(fd, &state) != 0) {
+    error = errno;
+  } else if (!S_ISREG(state.st_mode)) {
+    error = S_ISDIR(state.st_mode) ? EISDIR : EINVAL;
+  } else {
+    const int status = ::fcntl(fd, F_GETFL);
+    if (status < 0 || ::fcntl(fd, F_SETFL, status & ~O_NONBLOCK) != 0) error = errno;
+  }
+  if (error != 0) {
     ::close(fd);
     throw FileError(error, "FileSystem::open", path);
   }
-  const int status = ::fcntl(fd, F_GETFL);
-  if (status >= 0) ::fcntl(fd, F_SETFL, status & ~O_NONBLOCK);
   return std::make_unique<PosixFile>(path, fd);
 }
 
@@ -141,10 +149,17 @@ void PosixFileSystem::remove(const std::string& path) {
   if (::unlink(path.c_str()) != 0) throw FileError(errno, "FileSystem::remove", path);
 }
 
+void PosixFileSystem::set_permissions(const std::string& path, unsigned int permissions) {
+  if (::chmod(path.c_str(), static_cast<mode_t>(permissions & 07777)) != 0) {
+    throw FileError(errno, "FileSystem::set_permissions", path);
+  }
+}
+
 void PosixFileSystem::sync_directory(const std::string& directory) {
   const int fd = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (fd < 0) throw FileError(errno, "FileSystem::sync_directory", directory);
-  if (::fsync(fd) != 0) {
+  while (::fsync(fd) != 0) {
+    if (errno == EINTR) continue;
     const int error = errno;
     ::close(fd);
     throw FileError(error, "FileSystem::sync_directory", directory);

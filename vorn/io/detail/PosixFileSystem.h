@@ -14,6 +14,7 @@ class PosixFileSystem final : public FileSystem {
   std::unique_ptr<File> open(const std::string& path, const OpenOptions& options) override;
   void rename(const std::string& from, const std::string& to) override;
   void remove(const std::string& path) override;
+  void set_permissions(const std::string& path, unsigned int permissions) override;
   void sync_directory(const std::string& directory) override;
   std::optional<FileStatus> stat(const std::string& path) override;
   std::vector<std::string> list(const std::string& directory) override;

@@ -1,0 +1,48 @@
+// Whole-file operations built on FileSystem::current(): the one place that
+// reads a whole file, and the one place that replaces a file atomically.
+//
+//   std::string text = vorn::read_file("/data/genes.gcd");
+//   vorn::replace_file_atomically("/data/genes.gcd", text + "X1\n");
+//
+// replace_file_atomically writes the new bytes to a temporary file beside the
+// target, syncs it, renames it over the target and syncs the directory, so
+// the target holds either its old bytes or all of the new ones, also after a
+// power cut, and the new ones survive a power cut once the call returns.
+//
+// Both throw FileError (vorn/io/FileSystem.h) on failure.
+#ifndef VORN_IO_FILEFUNCTIONS_H_
+#define VORN_IO_FILEFUNCTIONS_H_
+
+#include <string>
+
+#include "vorn/foundation/Export.h"
+
+namespace vorn {
+
+// The whole content of the regular file `path`. Reads until the end of the
+// file, so a file that grows while it is read is read to its new end.
+VORN_API std::string read_file(const std::string& path);
+
+// Replaces the content of `path` by `bytes` through a temporary file in the
+// same directory (`path` + ".tmp." + process id + "." + a serial number,
+// created exclusively). An existing target's permission bits carry over to
+// the new file; a new target gets 0666 less the umask. On any failure the
+// temporary file is removed and FileError "replace_file_atomically: <path>:
+// <reason>" is thrown with the errno of the failed step; when only the final
+// directory sync failed, `path` already holds the new bytes, which may not
+// survive a power cut.
+VORN_API void replace_file_atomically(const std::string& path, const std::string& bytes);
+
+// Removes the file `path` and reports whether it did; every failure,
+// a missing file included, is swallowed. For clean-up paths that must not
+// throw a second error, and for removals whose result is deliberately
+// ignored.
+VORN_API bool try_remove_file(const std::string& path);
+
+// The directory part of `path` ("." when it has none, "/" for a file in
+// the root), for sync_directory.
+VORN_API std::string parent_directory(const std::string& path);
+
+}  // namespace vorn
+
+#endif  // VORN_IO_FILEFUNCTIONS_H_
