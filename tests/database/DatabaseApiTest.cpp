@@ -109,7 +109,7 @@ TEST(DatabaseFind, NullWhenAbsent) {
       {"present", "a", "data of a"}, {"absent", "zz", nullptr}, {"other case is another identifier", "A", nullptr}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    const THandle<Entry> found = db.Database<Entry>::find(Id(c.id));
+    const THandle<Entry> found = db.find(Id(c.id));
     EXPECT_EQ(static_cast<bool>(found), c.data != nullptr);
     if (found && c.data != nullptr) {
       EXPECT_EQ(*found->data(), c.data);
