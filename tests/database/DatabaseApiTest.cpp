@@ -5,6 +5,8 @@
 
 #include <sys/stat.h>
 
+#include <functional>
+#include <memory>
 #include <random>
 #include <string>
 

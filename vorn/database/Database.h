@@ -75,6 +75,7 @@ class Database {
 
   // The entry with identifier `id`, or a null handle when there is none.
   // Errors of reading a present entry are thrown as entry() throws them.
+  // (Declared after the other virtual functions, which keep their slots.)
   virtual THandle<Entry> find(const DatabaseEntryIdentifier& id) const;
 
   // An input iterator over positions [i, end) that loads the value at a
