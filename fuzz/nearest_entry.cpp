@@ -1,7 +1,8 @@
 // Fuzzes the case-insensitive order of the archive database's nearest_entry:
 // the first line is the target, the others are identifiers. Whatever the
 // bytes, the ordered index names the positions that a scan in position order
-// finds, when built at once, after an append and after an erasure.
+// finds, when built at once, after appends (and merges of them) and after an
+// erasure.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -57,19 +58,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;  // a line longer than an identifier may be
   }
   const vorn::DatabaseEntryIdentifier target = lines.front();
-  Ids ids(lines.begin() + 1, lines.end());
-  vorn::detail::CaseInsensitiveIndex index;
-  index.build(ids);
-  check(index, ids, target);
-  if (ids.empty()) return 0;
+  const Ids all(lines.begin() + 1, lines.end());
+  // A tail of at most two appended positions: merges come often.
+  vorn::detail::CaseInsensitiveIndex index(2);
+  index.build(all);
+  check(index, all, target);
+  if (all.empty()) return 0;
 
-  // Build without the last identifier, then append it.
-  const vorn::DatabaseEntryIdentifier last = ids.back();
-  ids.pop_back();
+  // Build on the first half, then append the rest one by one.
+  Ids ids(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(all.size() / 2));
   index.build(ids);
-  ids.push_back(last);
-  index.appended(ids);
-  check(index, ids, target);
+  while (ids.size() < all.size()) {
+    ids.push_back(all[ids.size()]);
+    index.appended(ids);
+    check(index, ids, target);
+  }
 
   // Erase one in the middle.
   const std::size_t erased = ids.size() / 2;

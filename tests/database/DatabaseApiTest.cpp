@@ -236,5 +236,25 @@ TEST(ArchiveDatabaseNearestEntry, AgreesWithTheScanOnRandomDatabases) {
   }
 }
 
+// Enough appends after the first question to merge the appended positions
+// into the order a few times.
+TEST(ArchiveDatabaseNearestEntry, AgreesWithTheScanThroughManyAppends) {
+  TempDirectory dir;
+  Db db(dir.path, "n", Archive::READ | Archive::WRITE);
+  const char* const cases[] = {"k", "K", "k_", "K1", "k2"};
+  Db::IdentifierMatch match;
+  db.nearest_entry(Id("k"), match);
+  for (int i = 0; i < 700; ++i) {
+    db.append(make_entry(cases[i % 5] + std::to_string(i * 7919 % 1000), "x"));
+    if (i % 50 != 49) continue;
+    for (const char* target : {"k", "K5", "k_5", "k99", "k500", "kz", "a", "~"}) {
+      SCOPED_TRACE(std::to_string(i) + " appended, target " + target);
+      Db::IdentifierMatch scanned = Db::no_match;
+      EXPECT_EQ(db.nearest_entry(Id(target), match), db.Database<Entry>::nearest_entry(Id(target), scanned));
+      EXPECT_EQ(match, scanned);
+    }
+  }
+}
+
 }  // namespace
 }  // namespace vorn

@@ -59,40 +59,64 @@ void CaseInsensitiveIndex::build(const Identifiers& ids) {
   order.reserve(keys.size());
   for (const SortKey& key : keys) order.push_back(key.position);
   order_.swap(order);
+  tail_.clear();
   built_ = true;
 }
 
 void CaseInsensitiveIndex::clear() noexcept {
   std::vector<std::int32_t>().swap(order_);
+  std::vector<std::int32_t>().swap(tail_);
   built_ = false;
 }
 
 void CaseInsensitiveIndex::appended(const Identifiers& ids) noexcept {
   if (!built_) return;
-  if (ids.empty() || order_.size() + 1 != ids.size()) {
+  if (ids.empty() || order_.size() + tail_.size() + 1 != ids.size()) {
     clear();
     return;
   }
-  // The new position is the greatest, so it goes after every identifier that
-  // is not above it.
-  const std::int32_t position = static_cast<std::int32_t>(ids.size() - 1);
-  const std::string& text = text_at(ids, position);
-  const auto at = std::upper_bound(order_.begin(), order_.end(), text, [&ids](const std::string& t, std::int32_t p) {
-    return less_folded(t, text_at(ids, p));
-  });
   try {
-    order_.insert(at, position);
+    tail_.push_back(static_cast<std::int32_t>(ids.size() - 1));
+    if (tail_.size() > tail_limit_) merge_tail(ids);
   } catch (const std::bad_alloc&) {
     clear();
   }
 }
 
+void CaseInsensitiveIndex::merge_tail(const Identifiers& ids) {
+  const auto before = [&ids](std::int32_t a, std::int32_t b) {
+    const std::string& x = text_at(ids, a);
+    const std::string& y = text_at(ids, b);
+    if (less_folded(x, y)) return true;
+    if (less_folded(y, x)) return false;
+    return a < b;
+  };
+  std::sort(tail_.begin(), tail_.end(), before);
+  // Each tail position finds its place by a binary search; the ordered
+  // positions between two places are copied as one block.
+  std::vector<std::int32_t> merged;
+  merged.reserve(order_.size() + tail_.size());
+  auto from = order_.cbegin();
+  for (const std::int32_t position : tail_) {
+    const auto at = std::upper_bound(from, order_.cend(), position, before);
+    merged.insert(merged.end(), from, at);
+    merged.push_back(position);
+    from = at;
+  }
+  merged.insert(merged.end(), from, order_.cend());
+  order_.swap(merged);
+  tail_.clear();
+}
+
 void CaseInsensitiveIndex::erased(int position) noexcept {
   if (!built_) return;
-  // Moving the later positions up by one keeps their relative order.
-  order_.erase(std::remove(order_.begin(), order_.end(), position), order_.end());
-  for (std::int32_t& p : order_) {
-    if (p > position) --p;
+  // Moving the later positions up by one keeps their relative order, and
+  // keeps every tail position above every ordered one.
+  for (std::vector<std::int32_t>* positions : {&order_, &tail_}) {
+    positions->erase(std::remove(positions->begin(), positions->end(), position), positions->end());
+    for (std::int32_t& p : *positions) {
+      if (p > position) --p;
+    }
   }
 }
 
@@ -110,6 +134,18 @@ CaseInsensitiveIndex::Neighbours CaseInsensitiveIndex::neighbours(const Identifi
     // sorts first within the group.
     const std::string& greatest = text_at(ids, *(first - 1));
     result.below = *std::lower_bound(order_.begin(), first, greatest, below_target);
+  }
+  // The tail holds the last positions in increasing order: scanning it as
+  // the full scan would, strict comparisons keep the earlier position.
+  for (const std::int32_t p : tail_) {
+    const std::string& text = text_at(ids, p);
+    if (less_folded(target.text(), text)) {
+      if (result.above == -1 || less_folded(text, text_at(ids, result.above))) result.above = p;
+    } else if (less_folded(text, target.text())) {
+      if (result.below == -1 || less_folded(text_at(ids, result.below), text)) result.below = p;
+    } else if (result.folded == -1) {
+      result.folded = p;
+    }
   }
   return result;
 }

@@ -6,9 +6,15 @@
 // by scanning: the first position of an identifier equal to a target apart
 // from case, and the first position of the smallest identifier above it and
 // of the greatest below it. Stores only positions, four bytes each.
+//
+// Appended positions wait in a short unordered tail that questions scan,
+// and join the order in one merge when the tail is full, so that a run of
+// appends costs a binary search each plus one pass over the order per
+// `tail_limit` appends, instead of moving the whole order every time.
 #ifndef VORN_DATABASE_DETAIL_CASEINSENSITIVEINDEX_H_
 #define VORN_DATABASE_DETAIL_CASEINSENSITIVEINDEX_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -29,6 +35,8 @@ class CaseInsensitiveIndex {
     int below = -1;   // the greatest identifier smaller than the target
   };
 
+  explicit CaseInsensitiveIndex(std::size_t tail_limit = 256) noexcept : tail_limit_(tail_limit) {}
+
   // False until build(), and again after clear().
   bool built() const noexcept { return built_; }
   // Orders every position of `ids`.
@@ -47,7 +55,11 @@ class CaseInsensitiveIndex {
   Neighbours neighbours(const Identifiers& ids, const DatabaseEntryIdentifier& target) const;
 
  private:
-  std::vector<std::int32_t> order_;
+  void merge_tail(const Identifiers& ids);
+
+  std::vector<std::int32_t> order_;  // by (folded identifier, position)
+  std::vector<std::int32_t> tail_;   // appended since, in increasing order
+  std::size_t tail_limit_;
   bool built_ = false;
 };
 
