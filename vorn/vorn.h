@@ -20,6 +20,7 @@
 #include "vorn/database/DatabaseEntryIdentifier.h"
 #include "vorn/database/DatabaseEntryIdentifierList.h"
 #include "vorn/database/DatabaseEntryIdentifierPairList.h"
+#include "vorn/database/DatabaseOptions.h"
 #include "vorn/database/database_error.h"
 #include "vorn/foundation/HandleCommon.h"
 #include "vorn/foundation/Notice.h"

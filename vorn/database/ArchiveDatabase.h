@@ -14,13 +14,24 @@
 //   THandle<Entry> e = db.entry(vorn::DatabaseEntryIdentifier("X1"));
 //   db.remove(vorn::DatabaseEntryIdentifier("X1"));
 //
+// open() is the checked way in: it refuses a missing directory or a missing
+// database instead of starting an empty one there.
+//
+//   vorn::DatabaseOptions options;
+//   options.writable = true;
+//   std::unique_ptr<vorn::ArchiveDatabase<Entry>> db = vorn::ArchiveDatabase<Entry>::open("/data", "genes", options);
+//   // database_error "ArchiveDatabase::open: no database (no index file): /data/genes.adi" when absent
+//
 // Lookups by identifier take expected constant time (a hash index of first
 // positions); appending writes one index line while the index file is still
 // what this object last wrote, and otherwise rewrites it. Rewrites of the
 // index and of an existing entry file go through a temporary file that is
 // renamed into place (D/N.adi.tmp, D/N_I.ade.tmp), so a crash leaves the old
 // or the new file. remove() rewrites the index before deleting the entry
-// file, so the index never lists a removed file. Nothing is synced to the
+// file, so the index never lists a removed file. nearest_entry() answers in
+// logarithmic time from an index ordered case-insensitively, which its first
+// call builds (so opening costs nothing more) and append() and remove() then
+// keep up to date. Nothing is synced to the
 // disk: a killed process loses nothing that a call had finished, but a power
 // cut may lose the most recent changes.
 //
@@ -44,7 +55,10 @@
 #include "vorn/database/Database.h"
 #include "vorn/database/DatabaseEntry.h"
 #include "vorn/database/DatabaseEntryIdentifier.h"
+#include "vorn/database/DatabaseOptions.h"
 #include "vorn/database/database_error.h"
+#include "vorn/database/detail/CaseInsensitiveIndex.h"
+#include "vorn/database/detail/DatabaseOpening.h"
 #include "vorn/database/detail/EntryPaths.h"
 #include "vorn/database/detail/FileIo.h"
 #include "vorn/database/detail/FirstPositionIndex.h"
@@ -67,6 +81,17 @@ class ArchiveDatabase : public Database<Entry> {
   ~ArchiveDatabase() override;
   ArchiveDatabase(const ArchiveDatabase&) = delete;
   ArchiveDatabase& operator=(const ArchiveDatabase&) = delete;
+
+  // Opens the database `name` in `directory` as `options` ask. The directory
+  // must exist (it is never created). Without an index file D/N.adi the
+  // database is refused unless options.create_if_missing, which creates an
+  // empty index file; with one, options.error_if_exists refuses it. Throws
+  // database_error "ArchiveDatabase::open: no such directory: <D>", "...: no
+  // database (no index file): <D/N.adi>", "...: database already exists:
+  // <D/N.adi>", "...: index is a directory: <D/N.adi>", or
+  // "ArchiveDatabase::open: " followed by the file system's message.
+  static std::unique_ptr<ArchiveDatabase> open(const std::string& directory, const std::string& name,
+                                               const DatabaseOptions& options);
 
   // directory + "/" + name + ".adi"
   static std::string index_file_path(const std::string& directory, const std::string& name);
@@ -95,6 +120,10 @@ class ArchiveDatabase : public Database<Entry> {
   void write_entry(const std::string& path, const Entry& entry) const;
 
   int size() const override { return static_cast<int>(identifiers_.size()); }
+  // The same position and match as Database::nearest_entry, in logarithmic
+  // time (the first call orders the identifiers, in N log N).
+  int nearest_entry(const DatabaseEntryIdentifier& target,
+                    typename Database<Entry>::IdentifierMatch& match) const override;
   DatabaseEntryIdentifier identifier(int i) const override;
   bool identifier_exists(const DatabaseEntryIdentifier& id) const override { return index(id) != size(); }
   int index(const DatabaseEntryIdentifier& id) const override;
@@ -121,6 +150,8 @@ class ArchiveDatabase : public Database<Entry> {
   std::vector<DatabaseEntryIdentifier> identifiers_;
   unsigned int mode_;
   detail::FirstPositionIndex positions_;
+  // Built by the first nearest_entry(), hence mutable.
+  mutable detail::CaseInsensitiveIndex folded_;
   std::unique_ptr<detail::IndexFile> index_file_;
 };
 
@@ -149,6 +180,7 @@ void ArchiveDatabase<Entry>::read_index_file() {
   positions_.rebuild(identifiers_);
   identifiers_ = index_file_->load();
   positions_.rebuild(identifiers_);
+  folded_.clear();
 }
 
 template <class Entry>
@@ -179,6 +211,33 @@ void ArchiveDatabase<Entry>::write_entry(const std::string& path, const Entry& e
     archive.close();
     if (archive.failed()) throw database_error("ArchiveDatabase::write_entry: cannot write " + path);
   }
+}
+
+template <class Entry>
+std::unique_ptr<ArchiveDatabase<Entry>> ArchiveDatabase<Entry>::open(const std::string& directory,
+                                                                     const std::string& name,
+                                                                     const DatabaseOptions& options) {
+  detail::prepare_to_open(directory, index_file_path(directory, name), options);
+  return std::make_unique<ArchiveDatabase>(directory, name,
+                                           options.writable ? Archive::READ | Archive::WRITE : Archive::READ);
+}
+
+template <class Entry>
+int ArchiveDatabase<Entry>::nearest_entry(const DatabaseEntryIdentifier& target,
+                                          typename Database<Entry>::IdentifierMatch& match) const {
+  const int exact = positions_.find(identifiers_, target);
+  if (exact >= 0) {
+    match = Database<Entry>::exact_match;
+    return exact;
+  }
+  if (!folded_.built()) folded_.build(identifiers_);
+  const detail::CaseInsensitiveIndex::Neighbours near = folded_.neighbours(identifiers_, target);
+  if (near.folded >= 0) {
+    match = Database<Entry>::case_insensitive_match;
+    return near.folded;
+  }
+  match = Database<Entry>::no_match;
+  return near.above >= 0 ? near.above : near.below;
 }
 
 template <class Entry>
@@ -227,6 +286,7 @@ void ArchiveDatabase<Entry>::append(THandle<Entry> entry) {
     positions_.rebuild(identifiers_);
     throw;
   }
+  folded_.appended(identifiers_);
 }
 
 template <class Entry>
@@ -260,6 +320,7 @@ void ArchiveDatabase<Entry>::remove(const DatabaseEntryIdentifier& id) {
     throw;
   }
   positions_.rebuild(identifiers_);
+  folded_.erased(i);
   // An index that could not be rewritten still lists the entry: keep its file.
   if (index_written) try_remove_file(absolute_entry_file_name(removed));
 }
