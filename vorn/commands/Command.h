@@ -13,7 +13,7 @@
 //     int id() const override { return 1; }          // typing merges
 //     bool merge_with(const Command& next) override;  // extend text_
 //   };
-//   processor.submit(vorn::THandle<vorn::Command>(new InsertText(doc, 0, "a")));
+//   processor.submit(vorn::make_handle<InsertText>(doc, 0, "a"));
 //
 // execute() and undo() report failure by returning false (nothing changed)
 // or by throwing; either way the processor leaves its history as it was.

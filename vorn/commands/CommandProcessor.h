@@ -1,7 +1,7 @@
 // CommandProcessor: runs commands and keeps a bounded undo/redo history.
 //
 //   vorn::CommandProcessor processor(100);      // at most 100 undo steps
-//   processor.submit(vorn::THandle<vorn::Command>(new InsertText(doc, 0, "abc")));
+//   processor.submit(vorn::make_handle<InsertText>(doc, 0, "abc"));
 //   processor.undo_name();                      // "Typing"
 //   processor.undo();                           // doc is empty again
 //   processor.redo();
