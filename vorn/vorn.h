@@ -26,6 +26,7 @@
 #include "vorn/foundation/StringFunctions.h"
 #include "vorn/foundation/THandle.h"
 #include "vorn/foundation/TWeakHandle.h"
+#include "vorn/foundation/TypeName.h"
 #include "vorn/foundation/VornAssert.h"
 #include "vorn/foundation/VornLog.h"
 #include "vorn/io/FileSystem.h"

@@ -1,5 +1,8 @@
 #include "vorn/foundation/VornLog.h"
 
+#include <cctype>
+#include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -108,6 +111,10 @@ int VornLog::minimum_level_ = 0;
 std::ostream* VornLog::error_ = &std::cerr;
 std::ostream* VornLog::warning_ = &std::cerr;
 std::ostream* VornLog::debug_ = &std::cout;
+VornLog::StatusLine* VornLog::status_line_ = nullptr;
+bool VornLog::status_hidden_ = false;
+
+VornLog::StatusLine::~StatusLine() = default;
 
 namespace {
 [[maybe_unused]] const bool startup_outputs_selected = VornLogOutputs::select_startup_outputs();
@@ -143,12 +150,27 @@ void warn_quietly(const char* message) noexcept {
   }
 }
 
-// Consumes the value of a numeric option at argv[i + 1], if there is one.
+// Reads a whole decimal int (optional sign, digits, nothing else); false for
+// any other text or a value beyond int.
+bool parse_level(const char* text, int& level) noexcept {
+  if (*text == '\0' || std::isspace(static_cast<unsigned char>(*text)) != 0) return false;
+  char* end = nullptr;
+  errno = 0;
+  const long value = std::strtol(text, &end, 10);
+  if (end == text || *end != '\0' || errno == ERANGE || value < INT_MIN || value > INT_MAX) return false;
+  level = static_cast<int>(value);
+  return true;
+}
+
+// Consumes the value of a numeric option at argv[i + 1], if there is one. A
+// value that is not a whole number is consumed, warned about and otherwise
+// ignored, so an earlier setting stays.
 void numeric_option(int& i, int argc, char** argv, void (*apply)(int) noexcept, const char* warning) noexcept {
   if (i + 1 < argc) {
     const char* value = argv[++i];
-    if (value != nullptr && *value != '\0') {
-      apply(static_cast<int>(std::strtol(value, nullptr, 10)));
+    int level = 0;
+    if (value != nullptr && parse_level(value, level)) {
+      apply(level);
       return;
     }
   }
@@ -197,17 +219,82 @@ void VornLog::process_args(int& argc, char** argv) noexcept {
   argc = kept;
 }
 
-std::ostream& VornLog::start_debug_line(int level) { return *debug_ << "DEBUG " << level << ": "; }
-std::ostream& VornLog::start_info_line() { return *debug_ << "INFO: "; }
-std::ostream& VornLog::start_warning_line() { return *warning_ << "WARNING: "; }
-std::ostream& VornLog::start_error_line() { return *error_ << "ERROR: "; }
-std::ostream& VornLog::start_fatal_line() { return *error_ << "FATAL: "; }
+VornLog::StatusLine* VornLog::set_status_line(StatusLine* line) noexcept {
+  StatusLine* const previous = status_line_;
+  status_line_ = line;
+  status_hidden_ = false;
+  return previous;
+}
 
-void VornLog::end_debug_line() { *debug_ << std::endl; }
-void VornLog::end_info_line() { *debug_ << std::endl; }
-void VornLog::end_warning_line() { *warning_ << std::endl; }
-void VornLog::end_error_line() { *error_ << std::endl; }
-void VornLog::end_fatal_line() { *error_ << std::endl; }
+// Hiding is asked for at every line start, not only the first: the status
+// line may have been drawn again since (by its own update) while a line that
+// was started never ended.
+void VornLog::make_way(const std::ostream& out) noexcept {
+  if (status_line_ == nullptr) return;
+  try {
+    if (!status_line_->shares_output_with(out)) return;
+  } catch (...) {
+    return;
+  }
+  status_line_->hide();
+  status_hidden_ = true;
+}
+
+void VornLog::restore_status_line() noexcept {
+  if (!status_hidden_) return;
+  status_hidden_ = false;
+  if (status_line_ != nullptr) status_line_->show();
+}
+
+std::ostream& VornLog::start_debug_line(int level) {
+  make_way(*debug_);
+  return *debug_ << "DEBUG " << level << ": ";
+}
+
+std::ostream& VornLog::start_info_line() {
+  make_way(*debug_);
+  return *debug_ << "INFO: ";
+}
+
+std::ostream& VornLog::start_warning_line() {
+  make_way(*warning_);
+  return *warning_ << "WARNING: ";
+}
+
+std::ostream& VornLog::start_error_line() {
+  make_way(*error_);
+  return *error_ << "ERROR: ";
+}
+
+std::ostream& VornLog::start_fatal_line() {
+  make_way(*error_);
+  return *error_ << "FATAL: ";
+}
+
+void VornLog::end_debug_line() {
+  *debug_ << std::endl;
+  restore_status_line();
+}
+
+void VornLog::end_info_line() {
+  *debug_ << std::endl;
+  restore_status_line();
+}
+
+void VornLog::end_warning_line() {
+  *warning_ << std::endl;
+  restore_status_line();
+}
+
+void VornLog::end_error_line() {
+  *error_ << std::endl;
+  restore_status_line();
+}
+
+void VornLog::end_fatal_line() {
+  *error_ << std::endl;
+  restore_status_line();
+}
 
 void VornLog::fatal_stop() {
   if (!debugger_present()) std::exit(1);

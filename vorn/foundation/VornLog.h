@@ -20,7 +20,20 @@
 //
 // Options: "-loglevel N", "-minloglevel N", "-logfile FILE" (truncates),
 // "-appendlogfile FILE", "-stdout" (back to the standard streams). Bad or
-// missing values produce a warning line; process_args never throws.
+// missing values produce a warning line and are otherwise ignored: a level
+// must be a whole decimal number within int ("-loglevel abc" and
+// "-loglevel 2x" warn "Invalid or missing numeric value for option
+// '-loglevel'" and leave the level as it was). process_args never throws.
+//
+// A status line (a progress bar redrawn in place on a terminal) registers
+// itself with set_status_line. Every log line written through the start_*
+// and end_* calls to the terminal that shows it then makes way: the status
+// line is erased before the line starts, so the log line begins at the left
+// edge, and drawn again after the line ends:
+//
+//   import [##########          ]  50%      (the bar, redrawn in place)
+//   WARNING: sample 17 has no peaks          (the bar was erased for this)
+//   import [##########          ]  50%      (and drawn again below it)
 //
 // The settings are unguarded process-wide statics: set them at start-up from
 // one thread.
@@ -35,6 +48,30 @@ namespace vorn {
 
 class VornLog {
  public:
+  // A line shown at the bottom of a terminal and redrawn in place, which log
+  // lines must not be written onto (TextProgressDisplay is one).
+  class StatusLine {
+   public:
+    StatusLine() = default;
+    StatusLine(const StatusLine&) = delete;
+    StatusLine& operator=(const StatusLine&) = delete;
+    virtual ~StatusLine();
+
+    // True when text written to `out` appears where the status line is shown.
+    virtual bool shares_output_with(const std::ostream& out) const = 0;
+    // Erases the status line if it is shown, leaving the cursor at the start
+    // of an empty line.
+    virtual void hide() noexcept = 0;
+    // Draws the status line again if hide() erased it.
+    virtual void show() noexcept = 0;
+  };
+
+  // Makes `line` the status line that log lines make way for (null for
+  // none) and returns the one registered before. The line is borrowed: it
+  // unregisters itself before it is destroyed.
+  static StatusLine* set_status_line(StatusLine* line) noexcept;
+  static StatusLine* status_line() noexcept { return status_line_; }
+
   static std::ostream& error() { return *error_; }
   static std::ostream& warning() { return *warning_; }
   static std::ostream& debug() { return *debug_; }
@@ -80,11 +117,16 @@ class VornLog {
   static void fatal_stop();
 
  private:
+  static void make_way(const std::ostream& out) noexcept;
+  static void restore_status_line() noexcept;
+
   static int level_;
   static int minimum_level_;
   static std::ostream* error_;
   static std::ostream* warning_;
   static std::ostream* debug_;
+  static StatusLine* status_line_;
+  static bool status_hidden_;
 
   friend class VornLogOutputs;
 };

@@ -2,12 +2,13 @@
 
 #include <typeinfo>
 
+#include "vorn/foundation/TypeName.h"
 #include "vorn/foundation/VornLog.h"
 
 namespace vorn {
 
 void Subject::trace(const char* operation) const {
-  VORN_DEBUG_TRACE(3, operation << typeid(*this).name() << " at " << static_cast<const void*>(this));
+  VORN_DEBUG_TRACE(3, operation << demangled_type_name(typeid(*this)) << " at " << static_cast<const void*>(this));
 }
 
 void Subject::set_changed() {
@@ -36,16 +37,16 @@ Subject::~Subject() = default;
 
 void Subject::connect(Observer& observer) {
   observers_.insert(&observer);
-  VORN_DEBUG_TRACE(3, "Subject::connect " << typeid(*this).name() << " at " << static_cast<const void*>(this)
-                                          << " to " << typeid(observer).name() << " at "
-                                          << static_cast<const void*>(&observer));
+  VORN_DEBUG_TRACE(3, "Subject::connect "
+                          << demangled_type_name(typeid(*this)) << " at " << static_cast<const void*>(this) << " to "
+                          << demangled_type_name(typeid(observer)) << " at " << static_cast<const void*>(&observer));
 }
 
 void Subject::disconnect(Observer& observer) {
   observers_.erase(&observer);
-  VORN_DEBUG_TRACE(3, "Subject::disconnect " << typeid(*this).name() << " at " << static_cast<const void*>(this)
-                                             << " to " << typeid(observer).name() << " at "
-                                             << static_cast<const void*>(&observer));
+  VORN_DEBUG_TRACE(3, "Subject::disconnect "
+                          << demangled_type_name(typeid(*this)) << " at " << static_cast<const void*>(this) << " to "
+                          << demangled_type_name(typeid(observer)) << " at " << static_cast<const void*>(&observer));
 }
 
 bool Subject::changed() const { return changed_; }
@@ -54,7 +55,8 @@ bool Subject::is_connected(const Observer& observer) const { return observers_.c
 
 void Subject::notify() {
   if (!changed()) {
-    VORN_DEBUG_TRACE(3, "Subject::notify " << typeid(*this).name() << " at " << static_cast<const void*>(this)
+    VORN_DEBUG_TRACE(3, "Subject::notify " << demangled_type_name(typeid(*this)) << " at "
+                                           << static_cast<const void*>(this)
                                            << " - changed was false - nothing to notify");
     return;
   }
@@ -67,7 +69,7 @@ void Subject::notify() {
   auto next = observers_.begin();
   while (next != observers_.end()) {
     Observer* const observer = *next;
-    VORN_DEBUG_TRACE(3, "Subject::notify to " << typeid(*observer).name() << " at "
+    VORN_DEBUG_TRACE(3, "Subject::notify to " << demangled_type_name(typeid(*observer)) << " at "
                                               << static_cast<const void*>(observer));
     observer->update(this, flags);
     next = observers_.upper_bound(observer);

@@ -35,7 +35,7 @@ constexpr int days_per_month[13] = {0, 31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 3
 std::int64_t days_from_civil(std::int64_t year, std::int64_t month, std::int64_t day) noexcept {
   year -= month <= 2 ? 1 : 0;
   const std::int64_t era = (year >= 0 ? year : year - 399) / 400;
-  const std::int64_t year_of_era = year - era * 400;                                  // 0..399
+  const std::int64_t year_of_era = year - era * 400;                                               // 0..399
   const std::int64_t day_of_year = (153 * (month > 2 ? month - 3 : month + 9) + 2) / 5 + day - 1;  // 0..365
   const std::int64_t day_of_era = year_of_era * 365 + year_of_era / 4 - year_of_era / 100 + day_of_year;
   return era * 146097 + day_of_era - 719468;
@@ -250,8 +250,10 @@ Date Date::from_days_since_epoch(std::int64_t days) { return from_days(days, "fr
 std::chrono::system_clock::time_point Date::to_time_point() const {
   using std::chrono::system_clock;
   const std::int64_t days = checked_days("to_time_point");
-  const std::int64_t latest = std::chrono::floor<DayDuration>(system_clock::time_point::max().time_since_epoch()).count();
-  const std::int64_t earliest = std::chrono::ceil<DayDuration>(system_clock::time_point::min().time_since_epoch()).count();
+  const std::int64_t latest =
+      std::chrono::floor<DayDuration>(system_clock::time_point::max().time_since_epoch()).count();
+  const std::int64_t earliest =
+      std::chrono::ceil<DayDuration>(system_clock::time_point::min().time_since_epoch()).count();
   if (days > latest || days < earliest) {
     std::ostringstream message;
     message << "Date::to_time_point: " << *this << " is outside what std::chrono::system_clock can hold";

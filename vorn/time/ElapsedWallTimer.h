@@ -30,8 +30,7 @@ namespace vorn {
 
 class ElapsedWallTimer {
  public:
-  explicit ElapsedWallTimer(const std::string& label,
-                            ElapsedTimer::OutputFormat format = ElapsedTimer::verbose);
+  explicit ElapsedWallTimer(const std::string& label, ElapsedTimer::OutputFormat format = ElapsedTimer::verbose);
   // A copy would print a second line for the same measurement.
   ElapsedWallTimer(const ElapsedWallTimer&) = delete;
   ElapsedWallTimer& operator=(const ElapsedWallTimer&) = delete;
