@@ -10,6 +10,7 @@
 #include "vorn/commands/Command.h"
 #include "vorn/commands/CommandMacroBlock.h"
 #include "vorn/commands/CommandProcessor.h"
+#include "vorn/commands/CommandProcessorGroup.h"
 #include "vorn/commands/EndMacroCommand.h"
 #include "vorn/commands/MementoBase.h"
 #include "vorn/commands/ReentrancyGuard.h"
