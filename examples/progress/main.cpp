@@ -22,8 +22,8 @@ void process(vorn::ProgressMonitorProcessInterface& monitor, int steps) {
 
 int main(int argc, char** argv) {
   vorn::VornLog::process_args(argc, argv);
-  vorn::THandle<vorn::ProgressMonitor> load(new vorn::ProgressMonitor);
-  vorn::THandle<vorn::ProgressMonitor> index(new vorn::ProgressMonitor);
+  auto load = vorn::make_handle<vorn::ProgressMonitor>();
+  auto index = vorn::make_handle<vorn::ProgressMonitor>();
   vorn::MultipleProgressMonitor both({load, index});
   {
     vorn::TextProgressDisplay bar(both, std::cout, "loading and indexing");
