@@ -1,5 +1,6 @@
 #include <climits>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <sstream>
 #include <vector>
@@ -160,6 +161,19 @@ TEST(TextProgressDisplay, MakesWayForLogLinesOnItsTerminal) {
   EXPECT_EQ(err.text(), "\rimport [                    ]   0%" + half + erase + "WARNING: sample 17 has no peaks\n" + half +
                             erase + "ERROR: sample 18 unreadable\n" + half +
                             "\rimport [####################] 100%\nWARNING: done\n");
+}
+
+TEST(TextProgressDisplay, TheLatestBarIsTheOneLogLinesMakeWayFor) {
+  ProgressMonitor monitor;
+  std::ostringstream screen;
+  auto outer = std::make_unique<TextProgressDisplay>(monitor, screen, "outer", Mode::terminal);
+  {
+    TextProgressDisplay inner(monitor, screen, "inner", Mode::terminal);
+    EXPECT_EQ(VornLog::status_line(), &inner);
+    outer.reset();  // displays may go in any order
+    EXPECT_EQ(VornLog::status_line(), &inner);
+  }
+  EXPECT_EQ(VornLog::status_line(), nullptr);
 }
 
 TEST(TextProgressDisplay, LeavesLogLinesForOtherOutputsAlone) {

@@ -1,13 +1,16 @@
 #include "vorn/foundation/VornLog.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <iostream>
 #include <streambuf>
+#include <vector>
 
 namespace vorn {
 
@@ -111,7 +114,6 @@ int VornLog::minimum_level_ = 0;
 std::ostream* VornLog::error_ = &std::cerr;
 std::ostream* VornLog::warning_ = &std::cerr;
 std::ostream* VornLog::debug_ = &std::cout;
-VornLog::StatusLine* VornLog::status_line_ = nullptr;
 bool VornLog::status_hidden_ = false;
 
 VornLog::StatusLine::~StatusLine() = default;
@@ -219,31 +221,55 @@ void VornLog::process_args(int& argc, char** argv) noexcept {
   argc = kept;
 }
 
-VornLog::StatusLine* VornLog::set_status_line(StatusLine* line) noexcept {
-  StatusLine* const previous = status_line_;
-  status_line_ = line;
+namespace {
+
+// Made on first use, so that a display built by another static initialiser
+// finds it; never destroyed, so that one destroyed at exit can still remove
+// itself.
+std::vector<VornLog::StatusLine*>& registered_status_lines() {
+  static auto* lines = new std::vector<VornLog::StatusLine*>;
+  return *lines;
+}
+
+}  // namespace
+
+void VornLog::add_status_line(StatusLine& line) {
+  registered_status_lines().push_back(&line);
   status_hidden_ = false;
-  return previous;
+}
+
+void VornLog::remove_status_line(StatusLine& line) noexcept {
+  std::vector<StatusLine*>& lines = registered_status_lines();
+  const auto found = std::find(lines.rbegin(), lines.rend(), &line);
+  if (found == lines.rend()) return;
+  if (found == lines.rbegin()) status_hidden_ = false;
+  lines.erase(std::next(found).base());
+}
+
+VornLog::StatusLine* VornLog::status_line() noexcept {
+  const std::vector<StatusLine*>& lines = registered_status_lines();
+  return lines.empty() ? nullptr : lines.back();
 }
 
 // Hiding is asked for at every line start, not only the first: the status
 // line may have been drawn again since (by its own update) while a line that
 // was started never ended.
 void VornLog::make_way(const std::ostream& out) noexcept {
-  if (status_line_ == nullptr) return;
+  StatusLine* const line = status_line();
+  if (line == nullptr) return;
   try {
-    if (!status_line_->shares_output_with(out)) return;
+    if (!line->shares_output_with(out)) return;
   } catch (...) {
     return;
   }
-  status_line_->hide();
+  line->hide();
   status_hidden_ = true;
 }
 
 void VornLog::restore_status_line() noexcept {
   if (!status_hidden_) return;
   status_hidden_ = false;
-  if (status_line_ != nullptr) status_line_->show();
+  if (StatusLine* const line = status_line()) line->show();
 }
 
 std::ostream& VornLog::start_debug_line(int level) {

@@ -26,7 +26,7 @@
 // '-loglevel'" and leave the level as it was). process_args never throws.
 //
 // A status line (a progress bar redrawn in place on a terminal) registers
-// itself with set_status_line. Every log line written through the start_*
+// itself with add_status_line. Every log line written through the start_*
 // and end_* calls to the terminal that shows it then makes way: the status
 // line is erased before the line starts, so the log line begins at the left
 // edge, and drawn again after the line ends:
@@ -66,11 +66,13 @@ class VornLog {
     virtual void show() noexcept = 0;
   };
 
-  // Makes `line` the status line that log lines make way for (null for
-  // none) and returns the one registered before. The line is borrowed: it
-  // unregisters itself before it is destroyed.
-  static StatusLine* set_status_line(StatusLine* line) noexcept;
-  static StatusLine* status_line() noexcept { return status_line_; }
+  // Registers `line`; log lines make way for the one registered last. The
+  // line is borrowed and must be removed before it is destroyed; lines may
+  // be removed in any order. Throws only std::bad_alloc.
+  static void add_status_line(StatusLine& line);
+  static void remove_status_line(StatusLine& line) noexcept;
+  // The status line log lines make way for, null when none is registered.
+  static StatusLine* status_line() noexcept;
 
   static std::ostream& error() { return *error_; }
   static std::ostream& warning() { return *warning_; }
@@ -125,7 +127,6 @@ class VornLog {
   static std::ostream* error_;
   static std::ostream* warning_;
   static std::ostream* debug_;
-  static StatusLine* status_line_;
   static bool status_hidden_;
 
   friend class VornLogOutputs;

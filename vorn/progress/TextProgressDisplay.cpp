@@ -49,12 +49,12 @@ TextProgressDisplay::TextProgressDisplay(ProgressMonitorDisplayInterface& monito
       label_(std::move(label)),
       terminal_(mode == Mode::automatic ? is_terminal(out) : mode == Mode::terminal) {
   monitor_.connect(*this);
-  if (terminal_) previous_status_ = VornLog::set_status_line(this);
+  if (terminal_) VornLog::add_status_line(*this);
 }
 
 TextProgressDisplay::~TextProgressDisplay() {
   monitor_.disconnect(*this);
-  if (terminal_ && VornLog::status_line() == this) VornLog::set_status_line(previous_status_);
+  if (terminal_) VornLog::remove_status_line(*this);
   if (!line_open_) return;
   try {
     out_ << '\n' << std::flush;

@@ -30,7 +30,7 @@
 // line feed when the display is destroyed, so later output starts on a line
 // of its own.
 //
-// A terminal bar registers itself as VornLog's status line while it exists,
+// A terminal bar registers itself as a VornLog status line while it exists,
 // so that a log line written to the same terminal meanwhile is not glued onto
 // the bar: the bar is erased, the log line written, and the bar drawn again
 // beneath it (see VornLog). The bar shares a terminal with a log stream when
@@ -93,7 +93,6 @@ class TextProgressDisplay : public Observer, public VornLog::StatusLine {
   bool line_open_ = false;       // a bar is on screen without its line feed
   bool hidden_ = false;          // the bar was erased for a log line
   std::size_t shown_width_ = 0;  // characters of the bar on screen
-  VornLog::StatusLine* previous_status_ = nullptr;
 };
 
 }  // namespace vorn
