@@ -15,7 +15,7 @@ using Entry = vorn::DatabaseEntry<std::string>;
 using Id = vorn::DatabaseEntryIdentifier;
 
 vorn::THandle<Entry> entry(const std::string& id, const std::string& text) {
-  return vorn::THandle<Entry>(new Entry(Id(id), vorn::THandle<std::string>(new std::string(text))));
+  return vorn::make_handle<Entry>(Id(id), vorn::make_handle<std::string>(text));
 }
 
 }  // namespace
