@@ -35,11 +35,21 @@
 // disk: a killed process loses nothing that a call had finished, but a power
 // cut may lose the most recent changes.
 //
+// Every entry file is opened beneath the directory: a symbolic link on the
+// way (D/N_a pointing elsewhere, or the entry file itself) is refused, never
+// followed, and so is anything that is not a regular file (a FIFO, a device,
+// a directory), without blocking on it. An identifier must name exactly one
+// file inside the directory: empty identifiers, empty, "." and ".." path
+// components ("s//b", "s/./b", "/x", "x/") and identifiers whose entry file
+// name, with room for a 32-byte temporary suffix, exceeds 255 bytes are
+// refused before anything is written (check_identifier tells in advance).
+//
 // Throws database_error for a database not opened for writing, a duplicate
-// or unknown identifier, an out-of-range position, an identifier that holds
-// a zero byte or a ".." component or cannot be stored as an index line, a
-// truncated or corrupt entry file (naming the file), or an index that cannot
-// be written. A missing entry file gives the archive's std::invalid_argument
+// or unknown identifier, an out-of-range position, an identifier refused as
+// above or that cannot be stored as an index line (quoted up to 80 bytes), a
+// truncated or corrupt entry file (naming the file), an entry file refused as
+// above ("cannot open entry file <path>: <reason>"), an index that exists but
+// is not a readable regular file, or an index that cannot be written. A missing entry file gives the archive's std::invalid_argument
 // "Archive::open: Couldn't open file: <path>"; an index line longer than 255
 // characters makes the constructor throw the identifier's
 // std::invalid_argument.
@@ -136,6 +146,12 @@ class ArchiveDatabase : public Database<Entry> {
   void remove(const DatabaseEntryIdentifier& id) override;
   void flush() override {}
 
+  // Throws the database_error append() would throw for an identifier that
+  // cannot be stored in the database `name` (empty; an empty, "." or ".."
+  // path component or a zero byte; an entry file name too long; not
+  // storable as an index line), so that callers can check a batch first.
+  static void check_identifier(const std::string& name, const DatabaseEntryIdentifier& id);
+
   // Deletes the index file and every entry file it lists (identifiers that
   // would name a file outside the directory are left alone).
   static void delete_database_files(const std::string& directory, const std::string& name);
@@ -174,6 +190,14 @@ std::string ArchiveDatabase<Entry>::index_file_path(const std::string& directory
   return directory + "/" + name + ".adi";
 }
 
+// Out of line, so that applications reach the checks through the library's
+// instantiation.
+template <class Entry>
+void ArchiveDatabase<Entry>::check_identifier(const std::string& name, const DatabaseEntryIdentifier& id) {
+  detail::check_entry_file_identifier("append", name, id);
+  detail::check_index_identifier("append", id);
+}
+
 template <class Entry>
 void ArchiveDatabase<Entry>::read_index_file() {
   identifiers_.clear();
@@ -190,6 +214,7 @@ void ArchiveDatabase<Entry>::write_index_file() const {
 
 template <class Entry>
 void ArchiveDatabase<Entry>::read_entry(const std::string& path, Entry& entry) const {
+  detail::check_entry_file_opens("read_entry", directory_, path);
   VersionedArchive archive(path, Archive::READ);
   int version = 0;
   archive >> version;
@@ -203,8 +228,9 @@ void ArchiveDatabase<Entry>::read_entry(const std::string& path, Entry& entry) c
 template <class Entry>
 void ArchiveDatabase<Entry>::write_entry(const std::string& path, const Entry& entry) const {
   if constexpr (std::is_same_v<Entry, DatabaseEntry<std::string>>) {
-    detail::overwrite_file_start(path, detail::string_entry_image(entry.identifier(), *entry.data()));
+    detail::overwrite_file_start(directory_, path, detail::string_entry_image(entry.identifier(), *entry.data()));
   } else {
+    detail::check_entry_file_opens("write_entry", directory_, path);
     VersionedArchive archive(path, Archive::READ | Archive::WRITE);
     archive << static_cast<int>(VersionedArchive::current_version);
     entry.write(archive);
@@ -271,8 +297,7 @@ template <class Entry>
 void ArchiveDatabase<Entry>::append(THandle<Entry> entry) {
   if (!writable()) throw database_error("ArchiveDatabase::append: database is not opened for writing");
   const DatabaseEntryIdentifier id = entry->identifier();
-  detail::check_entry_file_identifier("append", id);
-  detail::check_index_identifier("append", id);
+  check_identifier(name_, id);
   if (identifier_exists(id)) {
     throw database_error("ArchiveDatabase::append: database already contains an entry with this identifier: " + id);
   }
@@ -293,7 +318,7 @@ template <class Entry>
 void ArchiveDatabase<Entry>::replace(THandle<Entry> entry) {
   if (!writable()) throw database_error("ArchiveDatabase::replace: database is not opened for writing");
   const DatabaseEntryIdentifier id = entry->identifier();
-  detail::check_entry_file_identifier("replace", id);
+  detail::check_entry_file_identifier("replace", name_, id);
   if (!identifier_exists(id)) {
     throw database_error("ArchiveDatabase::replace: database does not contain an entry with this identifier: " +
                          id);
@@ -304,11 +329,12 @@ void ArchiveDatabase<Entry>::replace(THandle<Entry> entry) {
 template <class Entry>
 void ArchiveDatabase<Entry>::remove(const DatabaseEntryIdentifier& id) {
   if (!writable()) throw database_error("ArchiveDatabase::remove: database is not opened for writing");
-  detail::check_entry_file_identifier("remove", id);
+  detail::check_entry_file_identifier("remove", name_, id);
   const int i = index(id);
   if (i == size()) {
     throw database_error("ArchiveDatabase::remove: database does not contain an entry with this identifier: " + id);
   }
+  detail::check_entry_file_removable(directory_, absolute_entry_file_name(id));
   const DatabaseEntryIdentifier removed = identifiers_[static_cast<std::size_t>(i)];
   identifiers_.erase(identifiers_.begin() + i);
   bool index_written = false;
@@ -333,7 +359,8 @@ void ArchiveDatabase<Entry>::delete_database_files(const std::string& directory,
   detail::IndexFile::remove_files(database.absolute_database_name());
   for (auto it = database.identifiers_.rbegin(); it != database.identifiers_.rend(); ++it) {
     try {
-      detail::check_entry_file_identifier("remove", *it);
+      detail::check_entry_file_identifier("remove", name, *it);
+      detail::check_entry_file_removable(directory, database.absolute_entry_file_name(*it));
     } catch (const database_error&) {
       continue;
     }

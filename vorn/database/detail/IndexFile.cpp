@@ -1,9 +1,11 @@
 #include "vorn/database/detail/IndexFile.h"
 
+#include <cerrno>
 #include <cstring>
 #include <optional>
 
 #include "vorn/database/database_error.h"
+#include "vorn/database/detail/EntryPaths.h"
 #include "vorn/database/detail/ListText.h"
 #include "vorn/io/FileFunctions.h"
 
@@ -75,8 +77,12 @@ std::vector<DatabaseEntryIdentifier> IndexFile::load() {
   std::string text;
   try {
     text = read_file(path_);
-  } catch (const FileError&) {
-    return {};
+  } catch (const FileError& e) {
+    // Only a missing index is an empty database: a directory, a FIFO or an
+    // unreadable file in its place would be replaced by the next rewrite.
+    if (e.error() == ENOENT || e.error() == ENOTDIR) return {};
+    throw database_error("ArchiveDatabase::read_index_file: cannot read index file " + shown_in_message(path_) +
+                         ": " + std::strerror(e.error()));
   }
   const std::optional<FileStatus> after = status_of(path_);
   bool canonical = false;
