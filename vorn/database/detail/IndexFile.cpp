@@ -78,9 +78,11 @@ std::vector<DatabaseEntryIdentifier> IndexFile::load() {
   try {
     text = read_file(path_);
   } catch (const FileError& e) {
-    // Only a missing index is an empty database: a directory, a FIFO or an
-    // unreadable file in its place would be replaced by the next rewrite.
-    if (e.error() == ENOENT || e.error() == ENOTDIR) return {};
+    // An index that cannot be opened (missing, or not readable by this
+    // process) is an empty database, as it always was. Something that is not
+    // a regular file in its place (a directory, a FIFO) is refused, and so is
+    // a failure while reading: either would otherwise pass for an empty index.
+    if (e.error() == ENOENT || e.error() == ENOTDIR || e.error() == EACCES || e.error() == EPERM) return {};
     throw database_error("ArchiveDatabase::read_index_file: cannot read index file " + shown_in_message(path_) +
                          ": " + std::strerror(e.error()));
   }
