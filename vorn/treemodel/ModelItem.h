@@ -18,6 +18,7 @@
 #ifndef VORN_TREEMODEL_MODELITEM_H_
 #define VORN_TREEMODEL_MODELITEM_H_
 
+#include <cstdint>
 #include <map>
 #include <vector>
 
@@ -64,6 +65,11 @@ class ModelItem : public IdentifierProvider {
 
   // Replaces the identifier; the cache is kept.
   void set_identifier(const DatabaseEntryIdentifier& identifier);
+
+  // A number that changes whenever set_identifier is called on any item, so
+  // that a model can tell whether identifiers it has indexed may have
+  // changed behind its back.
+  static std::uint64_t identifier_generation() noexcept;
   void clear_cached_attributes() noexcept;
   bool is_cache_empty() const noexcept;
   int ncached_attributes() const noexcept;

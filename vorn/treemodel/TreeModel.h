@@ -45,6 +45,7 @@
 #include "vorn/treemodel/TreeModelBranchIdentifiers.h"
 #include "vorn/treemodel/TreeModelRange.h"
 #include "vorn/treemodel/TreeModelSiblingRange.h"
+#include "vorn/treemodel/detail/SiblingIdentifierIndex.h"
 
 namespace vorn {
 
@@ -113,6 +114,15 @@ class TreeModel {
   // Gives `item` the first of its identifier, identifier_1, identifier_2, ...
   // that no sibling in [first, last) carries. The item is changed only when
   // a suffix was needed; on an over-long result it is left unchanged.
+  //
+  // Repeated insertions into one sibling list do not rescan the siblings:
+  // the model keeps the list's identifiers in a hash set while nothing else
+  // changes, and looks at the siblings again after any structural change
+  // of the tree or any call of ModelItem::set_identifier. The set cannot
+  // see an item replaced through a position (`*it = other`) or a derived
+  // item whose identifier() changes without set_identifier; after such a
+  // change, any structural change (or set_identifier) makes the model
+  // look again.
   void ensure_unique_identifier(THandle<ModelItem> item, sibling_iterator first, sibling_iterator last);
 
   // ---- Queries -------------------------------------------------------------
@@ -180,8 +190,22 @@ class TreeModel {
  private:
   tree_type& mutable_tree_() const noexcept { return const_cast<tree_type&>(tree_); }
 
+  // Makes `item` unique among [first, last); true when the sibling index
+  // is current for that list afterwards and `item_outside` (the item is not
+  // in the list), so that the caller's insertion can be added to it.
+  bool make_unique_(const THandle<ModelItem>& item, sibling_iterator first, sibling_iterator last,
+                    bool item_outside);
+  bool make_unique_before_insertion_(const THandle<ModelItem>& item, sibling_iterator first, sibling_iterator last);
+  void note_insertion_(const THandle<ModelItem>& item, const void* list);
+  static std::size_t free_counter_by_scanning_(const DatabaseEntryIdentifier& base, sibling_iterator first,
+                                               sibling_iterator last);
+  std::size_t free_counter_by_index_(const DatabaseEntryIdentifier& base);
+  const void* whole_list_(sibling_iterator first, sibling_iterator last) const noexcept;
+  detail::SiblingIdentifierIndex::Stamp stamp_(const void* list) const noexcept;
+
   tree_type tree_;
   bool duplicate_checking_ = true;
+  detail::SiblingIdentifierIndex index_;
 };
 
 }  // namespace vorn
