@@ -153,11 +153,11 @@ BENCHMARK_TEMPLATE(BM_EnsureUniqueAmongDistinctSiblings, true)
 
 // ---- A model of a million items ---------------------------------------------
 
-// Calls tree().compact() when the container has it (so that this file also
-// measures a container without one); false when it has not.
+// Calls compact() when the model has it (so that this file also measures a
+// model without one); false when it has not.
 template <class Model>
-auto compact_if_possible(Model& model, int) -> decltype(model.tree().compact(), bool()) {
-  model.tree().compact();
+auto compact_if_possible(Model& model, int) -> decltype(model.compact(), bool()) {
+  model.compact();
   return true;
 }
 template <class Model>

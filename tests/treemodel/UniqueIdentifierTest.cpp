@@ -46,6 +46,13 @@ struct Recorder {
     given.push_back(added->identifier().text());
     expected.push_back(want);
   }
+  // `added` at the front of the top level.
+  void insert_item(const Item& added) {
+    const std::string want =
+        reference_identifier(added->identifier().text(), model.top_level_begin(), model.top_level_end());
+    model.insert(added);
+    note(added, want);
+  }
   // At the front of the top level.
   void insert(const std::string& id, int times = 1) {
     for (int i = 0; i < times; ++i) {
@@ -135,6 +142,15 @@ TEST(UniqueIdentifier, ManyInsertionsGiveThePlainAlgorithmsIdentifiers) {
          const Item outside = item("z");
          (*at(r.model, "a_4"))->set_identifier(DatabaseEntryIdentifier("c"));
          outside->set_identifier(DatabaseEntryIdentifier("y"));
+         r.insert("a", 2);
+       }},
+      {"one item inserted twice",
+       [](Recorder& r) {
+         r.insert("a", 3);
+         const Item twice = item("b");
+         r.insert_item(twice);
+         r.insert_item(twice);  // renames a sibling: b becomes b_1 in both places
+         r.insert("b", 2);
          r.insert("a", 2);
        }},
       {"sorted between insertions",

@@ -46,7 +46,7 @@ THandle<TreeModel> TreeModel::clone() const { return THandle<TreeModel>(new Tree
 
 TreeModel::pre_order_iterator TreeModel::insert(THandle<ModelItem> item) {
   if (!duplicate_checking_) return tree_.insert(tree_.begin(), std::move(item));
-  const bool indexed = make_unique_before_insertion_(item, top_level_begin(), top_level_end());
+  const bool indexed = make_unique_(item, top_level_begin(), top_level_end(), true);
   const pre_order_iterator result = tree_.insert(tree_.begin(), item);
   if (indexed) note_insertion_(item, end().node());
   return result;
@@ -56,9 +56,9 @@ TreeModel::pre_order_iterator TreeModel::insert_after(pre_order_iterator positio
   if (!duplicate_checking_) return tree_.insert_after(position, std::move(item));
   Node* const parent = position.node()->parent;
   const bool indexed = parent != nullptr
-                           ? make_unique_before_insertion_(item, sibling_iterator(parent->first_child, parent),
-                                                           sibling_iterator(nullptr, parent))
-                           : make_unique_before_insertion_(item, top_level_begin(), top_level_end());
+                           ? make_unique_(item, sibling_iterator(parent->first_child, parent),
+                                          sibling_iterator(nullptr, parent), true)
+                           : make_unique_(item, top_level_begin(), top_level_end(), true);
   const pre_order_iterator result = tree_.insert_after(position, item);
   if (indexed) note_insertion_(item, parent != nullptr ? parent : end().node());
   return result;
@@ -66,7 +66,7 @@ TreeModel::pre_order_iterator TreeModel::insert_after(pre_order_iterator positio
 
 TreeModel::pre_order_iterator TreeModel::append_child(pre_order_iterator position, THandle<ModelItem> item) {
   if (!duplicate_checking_) return tree_.append_child(position, std::move(item));
-  const bool indexed = make_unique_before_insertion_(item, position.begin(), position.end());
+  const bool indexed = make_unique_(item, position.begin(), position.end(), true);
   const pre_order_iterator result = tree_.append_child(position, item);
   if (indexed) note_insertion_(item, position.node());
   return result;
@@ -151,7 +151,7 @@ detail::SiblingIdentifierIndex::Stamp TreeModel::stamp_(const void* list) const 
 }
 
 bool TreeModel::make_unique_(const THandle<ModelItem>& item, sibling_iterator first, sibling_iterator last,
-                             bool item_outside) {
+                             bool inserting) {
   const DatabaseEntryIdentifier base = item->identifier();
   const void* const list = whole_list_(first, last);
   std::size_t counter = 0;
@@ -172,35 +172,33 @@ bool TreeModel::make_unique_(const THandle<ModelItem>& item, sibling_iterator fi
     if (!index_.is_built()) {
       index_.start_building();
       try {
-        for (sibling_iterator it = first; it != last; ++it) index_.add((*it)->identifier().text());
+        for (sibling_iterator it = first; it != last; ++it) index_.add(it->unhand(), (*it)->identifier().text());
       } catch (...) {
         index_.forget();
         throw;
       }
     }
     counter = free_counter_by_index_(base);
-    indexed = true;
+    // An item inserted a second time is already a sibling: renaming it
+    // changes what the index knows.
+    indexed = !index_.holds(item.unhand());
   }
   if (counter != 0) {
     const DatabaseEntryIdentifier unique(base.text() + "_" + std::to_string(counter));
     VORN_DEBUG_TRACE(3, "TreeModel::ensure_unique_identifier: '" << base.text() << "' becomes '" << unique.text()
                                                                   << "'");
     item->set_identifier(unique);
-    // An item outside the list changes nothing the index knows.
-    if (indexed && item_outside) index_.restamp(stamp_(list));
+    // Renaming an item that is not in the list changes nothing the index
+    // knows.
+    if (indexed && inserting) index_.restamp(stamp_(list));
   }
-  return indexed && item_outside;
-}
-
-bool TreeModel::make_unique_before_insertion_(const THandle<ModelItem>& item, sibling_iterator first,
-                                              sibling_iterator last) {
-  return make_unique_(item, first, last, true);
+  return indexed && inserting;
 }
 
 // Called right after an insertion into a list whose index was current
 // before it, so the insertion is the only change to account for.
 void TreeModel::note_insertion_(const THandle<ModelItem>& item, const void* list) {
-  index_.add(item->identifier().text());
+  index_.add(item.unhand(), item->identifier().text());
   index_.restamp(stamp_(list));
 }
 

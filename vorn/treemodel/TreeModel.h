@@ -107,6 +107,11 @@ class TreeModel {
   // equal identifiers; with `deep` every sorted item's children too.
   void sort(sibling_iterator from, sibling_iterator to, bool deep);
 
+  // Moves the items' nodes into one block in pre-order, so that walking the
+  // model reads memory front to back however it was built (a clone is laid
+  // out so already). Every position except end() becomes invalid.
+  void compact() { tree_.compact(); }
+
   // Affects later insert, insert_after and append_child calls only.
   void set_duplicate_checking(bool on) noexcept { duplicate_checking_ = on; }
   bool is_duplicate_checking_on() const noexcept { return duplicate_checking_; }
@@ -190,12 +195,11 @@ class TreeModel {
  private:
   tree_type& mutable_tree_() const noexcept { return const_cast<tree_type&>(tree_); }
 
-  // Makes `item` unique among [first, last); true when the sibling index
-  // is current for that list afterwards and `item_outside` (the item is not
-  // in the list), so that the caller's insertion can be added to it.
+  // Makes `item` unique among [first, last). `inserting`: the caller
+  // inserts the item into that list next. True when the sibling index is
+  // then current for the list, so that the insertion can be added to it.
   bool make_unique_(const THandle<ModelItem>& item, sibling_iterator first, sibling_iterator last,
-                    bool item_outside);
-  bool make_unique_before_insertion_(const THandle<ModelItem>& item, sibling_iterator first, sibling_iterator last);
+                    bool inserting);
   void note_insertion_(const THandle<ModelItem>& item, const void* list);
   static std::size_t free_counter_by_scanning_(const DatabaseEntryIdentifier& base, sibling_iterator first,
                                                sibling_iterator last);

@@ -59,17 +59,21 @@ class SiblingIdentifierIndex {
   // Records the identifiers of the tracked list, given one by one to `add`
   // after `start_building`.
   void start_building() {
+    items_.clear();
     ids_.clear();
     next_.clear();
     built_ = true;
   }
 
-  // Records an identifier the list now carries (when built).
-  void add(const std::string& id) {
-    if (built_) ids_.insert(id);
+  // Records an item the list now holds, with its identifier (when built).
+  void add(const void* item, const std::string& id) {
+    if (!built_) return;
+    items_.insert(item);
+    ids_.insert(id);
   }
 
   bool contains(const std::string& id) const { return ids_.count(id) != 0; }
+  bool holds(const void* item) const { return items_.count(item) != 0; }
 
   // The counter from which a search for a free suffix of `base` may start:
   // every smaller one was found taken before, and the set only grows while
@@ -86,6 +90,7 @@ class SiblingIdentifierIndex {
   void forget() noexcept {
     tracking_ = false;
     built_ = false;
+    items_.clear();
     ids_.clear();
     next_.clear();
   }
@@ -94,6 +99,7 @@ class SiblingIdentifierIndex {
   Stamp stamp_;
   bool tracking_ = false;
   bool built_ = false;
+  std::unordered_set<const void*> items_;
   std::unordered_set<std::string> ids_;
   std::unordered_map<std::string, std::size_t> next_;
 };
