@@ -165,12 +165,12 @@ bool compact_if_possible(Model&, long) {
   return false;
 }
 
-// A balanced tree of four levels with `branching` children per item. The
-// items are made in pre-order, then linked level by level (every top-level
-// item, then the children of each top-level item, and so on), as a loader
-// that reads a breadth-first listing would; so the nodes of one subtree are
-// spread over the whole store. Values repeat in runs of three so that the
-// range searches find something.
+// A balanced tree of four levels with `branching` children per item, made
+// and linked level by level (every top-level item, then the children of
+// each top-level item, and so on), as a loader that reads a breadth-first
+// listing would: the nodes of one subtree are spread over the whole model,
+// and each node is allocated between items. Values repeat in runs of three
+// (in pre-order) so that the range searches find something.
 struct BalancedModel {
   explicit BalancedModel(int branching) {
     int serial = 0;
@@ -184,29 +184,33 @@ struct BalancedModel {
       const int value = serial++ / 3;
       char id[16];
       std::snprintf(id, sizeof id, "n%03d", i);
-      const auto self = static_cast<std::ptrdiff_t>(items.size());
+      const auto self = static_cast<std::ptrdiff_t>(levels.size());
       levels.push_back(level);
       parents.push_back(parent);
-      items.emplace_back(new ValuedItem(id, value));
+      ids.emplace_back(id);
+      values.push_back(value);
       if (level < 3) make_items(branching, level + 1, self, serial);
     }
   }
 
-  // Drops the model; the trim returns the freed nodes so that the next
-  // build starts from the same state.
+  // Drops the model and its items; the trim returns the freed memory so
+  // that the next build starts from the same state.
   void release() {
     model.reset();
+    items.clear();
     malloc_trim(0);
   }
 
   void build() {
     model = std::make_unique<BenchModel>();
     model->set_duplicate_checking(false);
-    std::vector<Position> positions(items.size());
+    items.resize(levels.size());
+    std::vector<Position> positions(levels.size());
     Position last_top;
     for (int level = 0; level < 4; ++level) {
-      for (std::size_t i = 0; i < items.size(); ++i) {
+      for (std::size_t i = 0; i < levels.size(); ++i) {
         if (levels[i] != level) continue;
+        items[i] = Item(new ValuedItem(ids[i], values[i]));
         if (level != 0) {
           positions[i] = model->append_child(positions[static_cast<std::size_t>(parents[i])], items[i]);
         } else if (last_top.node() == nullptr) {
@@ -218,9 +222,12 @@ struct BalancedModel {
     }
   }
 
+  // Of each item, in pre-order:
   std::vector<int> levels;
-  std::vector<std::ptrdiff_t> parents;  // index of each item's parent, -1 at the top level
-  std::vector<Item> items;              // in pre-order
+  std::vector<std::ptrdiff_t> parents;  // the index of its parent, -1 at the top level
+  std::vector<std::string> ids;
+  std::vector<int> values;
+  std::vector<Item> items;
   std::unique_ptr<BenchModel> model;
 };
 
@@ -374,7 +381,8 @@ void BM_SortDeep(benchmark::State& state) {
 }
 BENCHMARK(BM_SortDeep)->Apply(model_sizes)->Complexity(benchmark::oNLogN)->Unit(benchmark::kMillisecond);
 
-// Runs last: it replaces the models whose first layout the walks measure.
+// Making and linking the items level by level. Runs last: it replaces the
+// models the other benchmarks use.
 void BM_BuildModel(benchmark::State& state) {
   const auto branching = static_cast<int>(state.range(0));
   BalancedModel& m = balanced_model(branching);
