@@ -110,6 +110,24 @@ TEST(UniqueIdentifier, ManyInsertionsGiveThePlainAlgorithmsIdentifiers) {
          (*at(r.model, "b"))->set_identifier(DatabaseEntryIdentifier("a_26"));
          r.insert("a", 3);
        }},
+      {"items loaded unchecked, then renamed",
+       [](Recorder& r) {
+         r.model.set_duplicate_checking(false);
+         for (const char* id : {"a", "a_1", "a_2", "a_3"}) r.model.insert(item(id));
+         r.model.set_duplicate_checking(true);
+         r.insert("a", 3);
+         (*at(r.model, "a_2"))->set_identifier(DatabaseEntryIdentifier("z"));
+         r.insert("a", 2);
+       }},
+      {"items renamed before they are inserted",
+       [](Recorder& r) {
+         r.insert("a", 5);
+         for (const char* id : {"a", "a_7", "a", "a_5", "a"}) {
+           const Item renamed = item("new");
+           renamed->set_identifier(DatabaseEntryIdentifier(id));
+           r.add(renamed);
+         }
+       }},
       {"one item inserted twice",
        [](Recorder& r) {
          r.insert("a", 3);

@@ -44,7 +44,7 @@ THandle<Attribute> ModelItem::attribute_from_source(THandle<AttributeSupplier> s
 
 void ModelItem::set_identifier(const DatabaseEntryIdentifier& identifier) {
   identifier_ = identifier;
-  ++identifier_generation_counter;
+  if (indexed_by_model_) ++identifier_generation_counter;
 }
 
 std::uint64_t ModelItem::identifier_generation() noexcept { return identifier_generation_counter; }

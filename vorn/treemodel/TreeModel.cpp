@@ -172,7 +172,10 @@ bool TreeModel::make_unique_(const THandle<ModelItem>& item, sibling_iterator fi
     if (!index_.is_built()) {
       index_.start_building();
       try {
-        for (sibling_iterator it = first; it != last; ++it) index_.add(it->unhand(), (*it)->identifier().text());
+        for (sibling_iterator it = first; it != last; ++it) {
+          (*it)->indexed_by_model_ = true;
+          index_.add(it->unhand(), (*it)->identifier().text());
+        }
       } catch (...) {
         index_.forget();
         throw;
@@ -198,6 +201,7 @@ bool TreeModel::make_unique_(const THandle<ModelItem>& item, sibling_iterator fi
 // Called right after an insertion into a list whose index was current
 // before it, so the insertion is the only change to account for.
 void TreeModel::note_insertion_(const THandle<ModelItem>& item, const void* list) {
+  if (index_.is_built()) item->indexed_by_model_ = true;
   index_.add(item.unhand(), item->identifier().text());
   index_.restamp(stamp_(list));
 }

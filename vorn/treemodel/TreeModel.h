@@ -123,7 +123,7 @@ class TreeModel {
   // Repeated insertions into one sibling list do not rescan the siblings:
   // the model keeps the list's identifiers in a hash set while nothing else
   // changes, and looks at the siblings again after any structural change
-  // of the tree or any call of ModelItem::set_identifier. The set cannot
+  // of the tree or any set_identifier on an item it indexed. The set cannot
   // see an item replaced through a position (`*it = other`) or a derived
   // item whose identifier() changes without set_identifier; after such a
   // change, any structural change (or set_identifier) makes the model
