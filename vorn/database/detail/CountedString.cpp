@@ -1,22 +1,25 @@
 #include "vorn/database/detail/CountedString.h"
 
 #include <cstdint>
-#include <limits>
 #include <sstream>
 #include <stdexcept>
 
 #include "vorn/persistence/Archive.h"
+#include "vorn/persistence/detail/Coding.h"
 
 namespace vorn::detail {
 
-void write_counted_string(Archive& archive, const std::string& text) {
-  if (text.size() > std::numeric_limits<std::uint32_t>::max()) {
+void check_counted_length(std::size_t size) {
+  if (!fits_counted_length(size)) {
     std::ostringstream message;
-    message << "write_counted_string: text of " << text.size() << " bytes does not fit a 32-bit length";
+    message << "write_counted_string: text of " << size << " bytes does not fit a 32-bit length";
     throw std::invalid_argument(message.str());
   }
-  archive << static_cast<unsigned int>(text.size());
-  archive.write_bytes(text.data(), text.size());
+}
+
+void write_counted_string(Archive& archive, const std::string& text) {
+  check_counted_length(text.size());
+  put_counted_string(archive, text);
 }
 
 std::string read_counted_string(Archive& archive) {

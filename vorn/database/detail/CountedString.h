@@ -5,6 +5,7 @@
 #ifndef VORN_DATABASE_DETAIL_COUNTEDSTRING_H_
 #define VORN_DATABASE_DETAIL_COUNTEDSTRING_H_
 
+#include <cstddef>
 #include <string>
 
 namespace vorn {
@@ -13,8 +14,11 @@ class Archive;
 
 namespace vorn::detail {
 
-// Writes the length and the bytes of `text`; throws std::invalid_argument when
-// the text does not fit a 32-bit length.
+// Throws std::invalid_argument when a text of `size` bytes does not fit a
+// 32-bit length.
+void check_counted_length(std::size_t size);
+
+// Writes the length and the bytes of `text`; throws as check_counted_length.
 void write_counted_string(Archive& archive, const std::string& text);
 
 // Reads a length and that many bytes and returns them cut at the first zero
