@@ -89,6 +89,10 @@ TEST(ArchiveEncoding, PortableReadBackAndRefusals) {
     Archive out(memory, Archive::WRITE | Archive::PORTABLE_FORMAT);
     EXPECT_THROW(out << std::numeric_limits<double>::infinity(), std::invalid_argument);
     EXPECT_THROW(out << std::numeric_limits<float>::quiet_NaN(), std::invalid_argument);
+    EXPECT_THAT([&] { out << std::numeric_limits<float>::max(); },
+                ThrowsMessage<std::invalid_argument>(
+                    "Archive::operator<<: 3.40282e+38 has no portable floating-point form"));
+    EXPECT_THROW(out << std::numeric_limits<long double>::max(), std::invalid_argument);
     out << 1.0L / 3 << -0.0 << -0.0f;
   }
   MemoryDevice input(memory.take());

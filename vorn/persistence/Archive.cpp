@@ -21,9 +21,13 @@ namespace {
   throw std::invalid_argument(message.str());
 }
 
-// The portable forms hold finite values only.
-inline double portable_value(double x) {
-  if (!std::isfinite(x)) no_portable_form_error(x);
+inline float portable_float(float x) {
+  if (!detail::has_portable_float_form(x)) no_portable_form_error(x);
+  return x;
+}
+
+inline double portable_double(double x) {
+  if (!detail::has_portable_double_form(x)) no_portable_form_error(x);
   return x;
 }
 
@@ -459,7 +463,7 @@ void Archive::write_array(const float* values, std::size_t count) {
   }
   write_encoded<detail::portable_float_bytes>(count, [values](std::size_t first, std::size_t n, unsigned char* out) {
     for (std::size_t i = 0; i < n; ++i) {
-      detail::encode_portable_float(static_cast<float>(portable_value(values[first + i])), out + i * 4);
+      detail::encode_portable_float(portable_float(values[first + i]), out + i * 4);
     }
   });
 }
@@ -470,7 +474,7 @@ void Archive::write_array(const double* values, std::size_t count) {
     return;
   }
   write_encoded<detail::portable_double_bytes>(count, [values](std::size_t first, std::size_t n, unsigned char* out) {
-    for (std::size_t i = 0; i < n; ++i) detail::encode_portable_double(portable_value(values[first + i]), out + i * 8);
+    for (std::size_t i = 0; i < n; ++i) detail::encode_portable_double(portable_double(values[first + i]), out + i * 8);
   });
 }
 
@@ -478,7 +482,7 @@ void Archive::write_array(const long double* values, std::size_t count) {
   if (portable()) {
     write_encoded<detail::portable_double_bytes>(count, [values](std::size_t first, std::size_t n, unsigned char* out) {
       for (std::size_t i = 0; i < n; ++i) {
-        detail::encode_portable_double(portable_value(static_cast<double>(values[first + i])), out + i * 8);
+        detail::encode_portable_double(portable_double(static_cast<double>(values[first + i])), out + i * 8);
       }
     });
     return;

@@ -86,6 +86,25 @@ VORN_CODING_SWAP_LOOP void swap_in_place64(unsigned char* values, std::size_t n)
 
 #undef VORN_CODING_SWAP_LOOP
 
+namespace {
+
+// Zero, or finite with a frexp exponent in (-2^(bits-1), 2^(bits-1)). The
+// lowest exponent of the field is left out: with an empty mantissa it would
+// spell the zero word.
+bool fits_portable_exponent(double value, int bits) noexcept {
+  if (value == 0) return true;
+  if (!std::isfinite(value)) return false;
+  int e = 0;
+  std::frexp(value, &e);
+  return e > -(1 << (bits - 1)) && e < (1 << (bits - 1));
+}
+
+}  // namespace
+
+bool has_portable_float_form(float value) noexcept { return fits_portable_exponent(value, 8); }
+
+bool has_portable_double_form(double value) noexcept { return fits_portable_exponent(value, 11); }
+
 void encode_portable_float(float value, unsigned char* out) noexcept {
   std::uint32_t word = portable_float_zero;
   if (value != 0) {

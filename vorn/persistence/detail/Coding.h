@@ -11,8 +11,8 @@
 //   std::string image;
 //   vorn::detail::append_counted_string(image, "ab");     // 00 00 00 02 'a' 'b'
 //
-// Nothing here throws: the callers check the preconditions (a finite value
-// for the portable forms, a length that fits 32 bits for counted strings)
+// Nothing here throws: the callers check the preconditions (a value that has
+// a portable form, a length that fits 32 bits for counted strings)
 // and raise their own errors.
 #ifndef VORN_PERSISTENCE_DETAIL_CODING_H_
 #define VORN_PERSISTENCE_DETAIL_CODING_H_
@@ -127,8 +127,10 @@ void swap_in_place(unsigned char* values, std::size_t n) noexcept {
 //           (zero is 00 00 00 80);
 //   double: two words, the sign and 52 mantissa bits, then an 11-bit
 //           exponent (zero is 00 00 00 00 00 00 04 00).
-// Extra mantissa bits are truncated and -0.0 is stored as 0.0. Infinities
-// and NaNs have no portable form: the encoders require a finite value.
+// Extra mantissa bits are truncated and -0.0 is stored as 0.0. Infinities,
+// NaNs and values whose binary exponent does not fit the field (floats from
+// 2^127 up or below 2^-128, doubles from 2^1023 up or below 2^-1024) have
+// no portable form: the encoders require a value that has one.
 
 constexpr std::size_t portable_float_bytes = 4;
 constexpr std::size_t portable_double_bytes = 8;
@@ -159,11 +161,14 @@ inline double decode_native_double(const unsigned char* in) noexcept {
   return value;
 }
 
-// `value` must be finite.
+bool has_portable_float_form(float value) noexcept;
+bool has_portable_double_form(double value) noexcept;
+
+// `value` must have a portable form.
 void encode_portable_float(float value, unsigned char* out) noexcept;
 float decode_portable_float(const unsigned char* in) noexcept;
 
-// `value` must be finite.
+// `value` must have a portable form.
 void encode_portable_double(double value, unsigned char* out) noexcept;
 double decode_portable_double(const unsigned char* in) noexcept;
 
