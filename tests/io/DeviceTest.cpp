@@ -177,6 +177,22 @@ TEST(Devices, ReadThenOverwriteAtTheSamePosition) {
   std::remove(name.c_str());
 }
 
+TEST(Devices, MemoryDeviceReusedAfterClear) {
+  MemoryDevice memory;
+  {
+    Archive out(memory, Archive::WRITE);
+    out << 1 << 2;
+  }
+  EXPECT_EQ(memory.view(), std::string("\0\0\0\x01\0\0\0\x02", 8));
+  memory.clear();
+  {
+    Archive out(memory, Archive::WRITE);
+    out << 3;
+  }
+  EXPECT_EQ(memory.take(), std::string("\0\0\0\x03", 4));  // nothing of the longer first contents
+  EXPECT_EQ(memory.size(), 0u);
+}
+
 TEST(Devices, FailuresAreRecordedNotThrown) {
   const std::string missing = scratch_name("no_such_directory") + "/file.arc";
   OpenOptions create;

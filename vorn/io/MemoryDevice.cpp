@@ -51,6 +51,19 @@ std::string MemoryDevice::bytes() const {
   return std::string(reinterpret_cast<const char*>(base_), static_cast<std::size_t>(size()));
 }
 
+std::string_view MemoryDevice::view() {
+  settle();
+  open_read_window();
+  return std::string_view(reinterpret_cast<const char*>(base_), size_);
+}
+
+void MemoryDevice::clear() {
+  settle();
+  if (writable_) size_ = 0;
+  position_ = 0;
+  open_read_window();
+}
+
 void MemoryDevice::settle() noexcept {
   if (put_ != nullptr) {
     position_ = static_cast<std::size_t>(put_ - base_);

@@ -20,6 +20,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "vorn/io/Device.h"
 
@@ -41,6 +42,14 @@ class MemoryDevice : public Device {
 
   // A copy of the bytes held.
   std::string bytes() const;
+
+  // The bytes held, without a copy; valid until the next write, clear(),
+  // take() or the end of the device.
+  std::string_view view();
+
+  // Empties a writable device but keeps its memory, so that a device used
+  // again and again allocates once; a view goes back to its start.
+  void clear();
 
   std::size_t max_reserve() const noexcept override { return static_cast<std::size_t>(-1); }
   std::uint64_t position() const noexcept override;
