@@ -57,7 +57,8 @@ void run_read(vorn::Archive& a, std::size_t count, std::string& log) {
   const std::size_t got = a.read_array(values.get(), count);
   log.append(reinterpret_cast<const char*>(&got), sizeof got);
   if constexpr (sizeof(T) == sizeof(long double)) {
-    for (std::size_t i = 0; i < count; ++i) log.append(reinterpret_cast<const char*>(&values[i]), 10);  // the padding is undefined
+    for (std::size_t i = 0; i < count; ++i)
+      log.append(reinterpret_cast<const char*>(&values[i]), 10);  // the padding is undefined
   } else {
     record_values(log, values.get(), count);
   }

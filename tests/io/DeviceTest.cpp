@@ -207,12 +207,23 @@ TEST(Devices, FailuresAreRecordedNotThrown) {
   EXPECT_THAT([&] { Archive(missing, Archive::WRITE); },
               ThrowsMessage<std::invalid_argument>("Archive::open: Couldn't open file: " + missing));
 
+  // Read-only devices refuse a write at once, not at the next flush.
+  const std::string name = scratch_name("read_only");
+  std::ofstream(name, std::ios::binary) << "abcd";
   const unsigned char bytes[] = {1, 2};
   MemoryDevice view(bytes, sizeof bytes);
-  Archive read_only(view, Archive::READ | Archive::WRITE);
-  read_only << 5;
-  EXPECT_TRUE(read_only.failed());
-  EXPECT_EQ(read_only.last_error(), EBADF);
+  const std::function<void(Archive&)> open_file = [&](Archive& a) { a.open(name, Archive::READ); };
+  const std::function<void(Archive&)> open_view = [&](Archive& a) { a.open(view, Archive::READ); };
+  for (const auto& [label, open] : {std::pair("file", open_file), std::pair("memory view", open_view)}) {
+    SCOPED_TRACE(label);
+    Archive read_only(view, Archive::READ);
+    open(read_only);
+    read_only << 5;
+    EXPECT_TRUE(read_only.failed());
+    EXPECT_EQ(read_only.last_error(), EBADF);
+  }
+  EXPECT_EQ(file_bytes(name), "abcd");
+  std::remove(name.c_str());
 
   // A full disk shows only when the buffer is written out: at close.
   FakeDisk full;

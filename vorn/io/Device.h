@@ -73,9 +73,10 @@ class Device {
   void advance(std::size_t size) noexcept { put_ += size; }
 
   // Makes the write window at least `size` bytes wide (`size` at most
-  // max_reserve()), opening it after reading; false, with error() set, when pending bytes could not
-  // be written out to make room. The window is wide enough even then, and
-  // the bytes that failed are dropped.
+  // max_reserve()), opening it after reading. Returns false, with error()
+  // set, when the device refuses writes (the window stays empty) or when
+  // pending bytes could not be written out to make room (the window is
+  // opened all the same, and the bytes that failed are dropped).
   bool reserve(std::size_t size) { return writable() >= size ? true : reserve_slow(size); }
 
   // The widest write window that reserve() grants: the buffer of a file,

@@ -7,7 +7,9 @@
 namespace vorn {
 
 FileDevice::FileDevice(const std::string& path, const OpenOptions& options, std::size_t buffer_size)
-    : FileDevice(FileSystem::current().open(path, options), buffer_size) {}
+    : FileDevice(FileSystem::current().open(path, options), buffer_size) {
+  writable_ = options.write;
+}
 
 FileDevice::FileDevice(std::unique_ptr<File> file, std::size_t buffer_size)
     : file_(std::move(file)), capacity_(std::max<std::size_t>(buffer_size, 16)) {
@@ -85,12 +87,20 @@ void FileDevice::open_write_window() noexcept {
 }
 
 bool FileDevice::reserve_slow(std::size_t) {
+  if (!writable_) {
+    error_ = EBADF;
+    return false;
+  }
   const bool ok = settle();
   open_write_window();
   return ok && check_open();
 }
 
 bool FileDevice::write_slow(const void* data, std::size_t size) {
+  if (!writable_) {
+    error_ = EBADF;
+    return false;
+  }
   if (size < capacity_) {
     const bool ok = reserve_slow(size);
     std::memcpy(put_, data, size);

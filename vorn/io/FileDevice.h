@@ -34,6 +34,7 @@ class FileDevice : public Device {
   static constexpr std::size_t default_buffer_size = 1 << 16;
 
   // Opens `path` with FileSystem::current().open(); throws its FileError.
+  // Without options.write, writes are refused at once with EBADF.
   FileDevice(const std::string& path, const OpenOptions& options, std::size_t buffer_size = default_buffer_size);
   // Takes over an open file, positioned at its start.
   explicit FileDevice(std::unique_ptr<File> file, std::size_t buffer_size = default_buffer_size);
@@ -67,6 +68,7 @@ class FileDevice : public Device {
   std::size_t capacity_;
   std::uint64_t start_ = 0;  // file offset of buffer_[0], or the position when no window is open
   std::uint64_t size_ = 0;   // file size, not counting the pending bytes
+  bool writable_ = true;
 };
 
 }  // namespace vorn

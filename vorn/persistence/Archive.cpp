@@ -90,6 +90,7 @@ void Archive::open(Device& device, unsigned int mode) {
 
 void Archive::open(std::unique_ptr<Device> device, unsigned int mode) {
   close();
+  if (device == nullptr) throw std::invalid_argument("Archive::open: no device");
   attach(*device, mode);
   owned_device_ = std::move(device);
 }
@@ -421,14 +422,16 @@ std::size_t Archive::read_swapped(void* values, std::size_t count) {
 template <class T, class Encoded>
 void Archive::write_array_as(const T* values, std::size_t count) {
   write_encoded<sizeof(Encoded)>(count, [values](std::size_t first, std::size_t n, unsigned char* out) {
-    for (std::size_t i = 0; i < n; ++i) detail::store_big_endian32(static_cast<std::uint32_t>(static_cast<Encoded>(values[first + i])), out + i * 4);
+    for (std::size_t i = 0; i < n; ++i)
+      detail::store_big_endian32(static_cast<std::uint32_t>(static_cast<Encoded>(values[first + i])), out + i * 4);
   });
 }
 
 template <class T, class Encoded>
 std::size_t Archive::read_array_as(T* values, std::size_t count) {
   return read_encoded<sizeof(Encoded)>(count, [values](std::size_t first, std::size_t n, const unsigned char* in) {
-    for (std::size_t i = 0; i < n; ++i) values[first + i] = static_cast<T>(static_cast<Encoded>(detail::load_big_endian32(in + i * 4)));
+    for (std::size_t i = 0; i < n; ++i)
+      values[first + i] = static_cast<T>(static_cast<Encoded>(detail::load_big_endian32(in + i * 4)));
   });
 }
 
@@ -488,7 +491,8 @@ void Archive::write_array(const long double* values, std::size_t count) {
     return;
   }
   write_encoded<detail::x87_image_bytes>(count, [values](std::size_t first, std::size_t n, unsigned char* out) {
-    for (std::size_t i = 0; i < n; ++i) detail::encode_x87_long_double(values[first + i], out + i * detail::x87_image_bytes);
+    for (std::size_t i = 0; i < n; ++i)
+      detail::encode_x87_long_double(values[first + i], out + i * detail::x87_image_bytes);
   });
 }
 
@@ -533,7 +537,9 @@ std::size_t Archive::read_array(int* values, std::size_t count) { return read_sw
 
 std::size_t Archive::read_array(unsigned int* values, std::size_t count) { return read_swapped<4>(values, count); }
 
-std::size_t Archive::read_array(long* values, std::size_t count) { return read_array_as<long, std::int32_t>(values, count); }
+std::size_t Archive::read_array(long* values, std::size_t count) {
+  return read_array_as<long, std::int32_t>(values, count);
+}
 
 std::size_t Archive::read_array(unsigned long* values, std::size_t count) {
   return read_array_as<unsigned long, std::uint32_t>(values, count);
@@ -541,27 +547,32 @@ std::size_t Archive::read_array(unsigned long* values, std::size_t count) {
 
 std::size_t Archive::read_array(float* values, std::size_t count) {
   if (!portable()) return read_swapped<4>(values, count);
-  return read_encoded<detail::portable_float_bytes>(count, [values](std::size_t first, std::size_t n, const unsigned char* in) {
-    for (std::size_t i = 0; i < n; ++i) values[first + i] = detail::decode_portable_float(in + i * 4);
-  });
+  return read_encoded<detail::portable_float_bytes>(
+      count, [values](std::size_t first, std::size_t n, const unsigned char* in) {
+        for (std::size_t i = 0; i < n; ++i) values[first + i] = detail::decode_portable_float(in + i * 4);
+      });
 }
 
 std::size_t Archive::read_array(double* values, std::size_t count) {
   if (!portable()) return read_swapped<8>(values, count);
-  return read_encoded<detail::portable_double_bytes>(count, [values](std::size_t first, std::size_t n, const unsigned char* in) {
-    for (std::size_t i = 0; i < n; ++i) values[first + i] = detail::decode_portable_double(in + i * 8);
-  });
+  return read_encoded<detail::portable_double_bytes>(
+      count, [values](std::size_t first, std::size_t n, const unsigned char* in) {
+        for (std::size_t i = 0; i < n; ++i) values[first + i] = detail::decode_portable_double(in + i * 8);
+      });
 }
 
 std::size_t Archive::read_array(long double* values, std::size_t count) {
   if (portable()) {
-    return read_encoded<detail::portable_double_bytes>(count, [values](std::size_t first, std::size_t n, const unsigned char* in) {
-      for (std::size_t i = 0; i < n; ++i) values[first + i] = detail::decode_portable_double(in + i * 8);
-    });
+    return read_encoded<detail::portable_double_bytes>(
+        count, [values](std::size_t first, std::size_t n, const unsigned char* in) {
+          for (std::size_t i = 0; i < n; ++i) values[first + i] = detail::decode_portable_double(in + i * 8);
+        });
   }
-  return read_encoded<detail::x87_image_bytes>(count, [values](std::size_t first, std::size_t n, const unsigned char* in) {
-    for (std::size_t i = 0; i < n; ++i) values[first + i] = detail::decode_x87_long_double(in + i * detail::x87_image_bytes);
-  });
+  return read_encoded<detail::x87_image_bytes>(
+      count, [values](std::size_t first, std::size_t n, const unsigned char* in) {
+        for (std::size_t i = 0; i < n; ++i)
+          values[first + i] = detail::decode_x87_long_double(in + i * detail::x87_image_bytes);
+      });
 }
 
 }  // namespace vorn

@@ -49,8 +49,9 @@
 // and to refuse lengths that the file cannot hold.
 //
 // Throws std::invalid_argument from open() (and so from the constructor) for
-// a mode with both format bits ("Archive::open: all formats specified") or a
-// file that cannot be opened ("Archive::open: Couldn't open file: <name>"),
+// a mode with both format bits ("Archive::open: all formats specified"), a
+// file that cannot be opened ("Archive::open: Couldn't open file: <name>")
+// or a null device ("Archive::open: no device"),
 // and from a portable write of an infinity or NaN; std::runtime_error from
 // a read, write or sync on a closed archive. Failures of the device are not
 // thrown: they set failed(), and last_error() keeps the system's reason.
