@@ -1,6 +1,7 @@
 // Runs one program of archive reads and writes over the input's bytes on
 // three devices at once: a MemoryDevice, and FileDevices over an in-memory
-// File with the smallest buffer and with a buffer the input chooses. The
+// File with the smallest buffer and with a buffer the input chooses, which
+// may grow fourfold for long runs. The
 // devices must agree on every value read, on failed(), on the bytes left and
 // on the bytes they hold at the end; buffer edges, switches between reading
 // and writing and reads past the end are where they could differ.
@@ -15,6 +16,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "vorn/io/FileDevice.h"
@@ -128,9 +130,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::string chosen_bytes = start;
   const unsigned int mode = vorn::Archive::READ | vorn::Archive::WRITE | format;
   vorn::Archive on_memory(memory, mode);
-  vorn::Archive on_small(std::make_unique<vorn::FileDevice>(std::make_unique<StringFile>(small_bytes), 16), mode);
-  vorn::Archive on_chosen(std::make_unique<vorn::FileDevice>(std::make_unique<StringFile>(chosen_bytes), buffer),
-                          mode);
+  vorn::Archive on_small(std::make_unique<vorn::FileDevice>(std::make_unique<StringFile>(small_bytes), 16, 16), mode);
+  auto chosen_device = std::make_unique<vorn::FileDevice>(std::make_unique<StringFile>(chosen_bytes), buffer, buffer * 4);
+  vorn::Archive on_chosen(std::move(chosen_device), mode);
   for (const std::uint8_t* op = data + 1; op < program_end; ++op) {
     std::string memory_log, small_log, chosen_log;
     step(on_memory, *op, memory_log);

@@ -72,7 +72,7 @@ class FakeFile : public File {
 };
 
 std::unique_ptr<Device> fake_device(FakeDisk& disk, std::size_t buffer_size = FileDevice::default_buffer_size) {
-  return std::make_unique<FileDevice>(std::make_unique<FakeFile>(disk), buffer_size);
+  return std::make_unique<FileDevice>(std::make_unique<FakeFile>(disk), buffer_size, buffer_size);
 }
 
 // Values of every width, with runs longer than a file device's buffer so
@@ -122,7 +122,7 @@ TEST(Devices, RoundTripThroughEachDevice) {
     write_sample(to_file);
     Archive to_memory(memory, Archive::WRITE);
     write_sample(to_memory);
-    // A small buffer puts buffer edges inside short runs too.
+    // A small buffer that does not grow puts buffer edges inside short runs too.
     Archive to_fake(fake_device(disk, 100), Archive::WRITE);
     write_sample(to_fake);
   }

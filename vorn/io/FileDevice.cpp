@@ -6,13 +6,14 @@
 
 namespace vorn {
 
-FileDevice::FileDevice(const std::string& path, const OpenOptions& options, std::size_t buffer_size)
-    : FileDevice(FileSystem::current().open(path, options), buffer_size) {
+FileDevice::FileDevice(const std::string& path, const OpenOptions& options, std::size_t buffer_size,
+                       std::size_t largest_buffer)
+    : FileDevice(FileSystem::current().open(path, options), buffer_size, largest_buffer) {
   writable_ = options.write;
 }
 
-FileDevice::FileDevice(std::unique_ptr<File> file, std::size_t buffer_size)
-    : file_(std::move(file)), capacity_(std::max<std::size_t>(buffer_size, 16)) {
+FileDevice::FileDevice(std::unique_ptr<File> file, std::size_t buffer_size, std::size_t largest_buffer)
+    : file_(std::move(file)), capacity_(std::max<std::size_t>(buffer_size, 16)), largest_buffer_(largest_buffer) {
   buffer_.reset(new unsigned char[capacity_]);
   size_ = file_->size();
 }
@@ -86,12 +87,16 @@ void FileDevice::open_write_window() noexcept {
   put_end_ = buffer_.get() + capacity_;
 }
 
-bool FileDevice::reserve_slow(std::size_t) {
+bool FileDevice::reserve_slow(std::size_t size) {
   if (!writable_) {
     error_ = EBADF;
     return false;
   }
   const bool ok = settle();
+  if (size > capacity_) {
+    capacity_ = std::min(size, max_reserve());
+    buffer_.reset(new unsigned char[capacity_]);
+  }
   open_write_window();
   return ok && check_open();
 }

@@ -11,6 +11,10 @@
 //   archive << 42;
 //   archive.sync();                                          // flush + fsync
 //
+// A long run of values asks for a wider write window (reserve() beyond the
+// buffer): the buffer then grows up to `largest_buffer` bytes, so that a
+// large array reaches the file in a few large writes.
+//
 // Every operation goes through FileSystem::current() as it was when the
 // device was opened, so a fault-injecting file system sees all of them.
 // Failures of the file are not thrown: they show as short reads and false
@@ -19,6 +23,7 @@
 #ifndef VORN_IO_FILEDEVICE_H_
 #define VORN_IO_FILEDEVICE_H_
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -32,16 +37,19 @@ namespace vorn {
 class FileDevice : public Device {
  public:
   static constexpr std::size_t default_buffer_size = 1 << 16;
+  static constexpr std::size_t largest_buffer_size = 1 << 20;
 
   // Opens `path` with FileSystem::current().open(); throws its FileError.
   // Without options.write, writes are refused at once with EBADF.
-  FileDevice(const std::string& path, const OpenOptions& options, std::size_t buffer_size = default_buffer_size);
+  FileDevice(const std::string& path, const OpenOptions& options, std::size_t buffer_size = default_buffer_size,
+             std::size_t largest_buffer = largest_buffer_size);
   // Takes over an open file, positioned at its start.
-  explicit FileDevice(std::unique_ptr<File> file, std::size_t buffer_size = default_buffer_size);
+  explicit FileDevice(std::unique_ptr<File> file, std::size_t buffer_size = default_buffer_size,
+                      std::size_t largest_buffer = largest_buffer_size);
   // Closes the file, ignoring a failure: call close() to see it.
   ~FileDevice() override;
 
-  std::size_t max_reserve() const noexcept override { return capacity_; }
+  std::size_t max_reserve() const noexcept override { return std::max(capacity_, largest_buffer_); }
   std::uint64_t position() const noexcept override;
   std::uint64_t size() const noexcept override;
   bool flush() override;
@@ -66,6 +74,7 @@ class FileDevice : public Device {
   std::unique_ptr<File> file_;
   std::unique_ptr<unsigned char[]> buffer_;
   std::size_t capacity_;
+  std::size_t largest_buffer_;
   std::uint64_t start_ = 0;  // file offset of buffer_[0], or the position when no window is open
   std::uint64_t size_ = 0;   // file size, not counting the pending bytes
   bool writable_ = true;
