@@ -29,8 +29,18 @@
 //   in >> n >> x >> b;
 //   if (in.failed()) { /* the file was shorter than expected */ }
 //
-// The archive adds no buffering or positioning of its own beyond the C
-// stdio stream's: once an archive is closed, another can read what it wrote.
+// An archive reads and writes through a Device: a FileDevice for the
+// file-name constructor and open(), or any device the caller hands in, such
+// as a MemoryDevice:
+//
+//   vorn::MemoryDevice memory;
+//   vorn::Archive out(memory, vorn::Archive::WRITE);
+//   out << 42;
+//   out.close();                               // flushes into the device
+//   std::string bytes = memory.take();         // 00 00 00 2A
+//
+// Writes are buffered by the device until close(), sync() or the end of the
+// archive; once an archive is closed, another can read what it wrote.
 //
 // Reads are not checked by the operators themselves. A read past the end of
 // the file leaves a one-byte target unchanged and fills a wider target from
@@ -39,19 +49,22 @@
 // and to refuse lengths that the file cannot hold.
 //
 // Throws std::invalid_argument from open() (and so from the constructor) for
-// a mode with both format bits ("Archive::open: all formats specified") or a
-// file that cannot be opened ("Archive::open: Couldn't open file: <name>"),
+// a mode with both format bits ("Archive::open: all formats specified"), a
+// file that cannot be opened ("Archive::open: Couldn't open file: <name>")
+// or a null device ("Archive::open: no device"),
 // and from a portable write of an infinity or NaN; std::runtime_error from
-// a read or write on a closed archive.
+// a read, write or sync on a closed archive. Failures of the device are not
+// thrown: they set failed(), and last_error() keeps the system's reason.
 #ifndef VORN_PERSISTENCE_ARCHIVE_H_
 #define VORN_PERSISTENCE_ARCHIVE_H_
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
+#include <memory>
 #include <string>
 
 #include "vorn/foundation/Export.h"
+#include "vorn/io/Device.h"
 
 namespace vorn {
 
@@ -64,29 +77,49 @@ class VORN_API Archive {
 
   // Opens `file_name` as open() does.
   Archive(const std::string& file_name, unsigned int mode);
+  // Reads and writes `device`, which must outlive the archive (or its
+  // close()), from the device's position.
+  Archive(Device& device, unsigned int mode);
+  // Reads and writes `device`, which the archive closes and destroys.
+  Archive(std::unique_ptr<Device> device, unsigned int mode);
   virtual ~Archive();
 
   Archive(const Archive&) = delete;
   Archive& operator=(const Archive&) = delete;
 
-  // Closes any open file, then opens `file_name`: READ alone with "rb",
-  // WRITE alone with "wb" (truncating), READ | WRITE with "r+b", creating the
-  // file with "w+b" when it does not exist. Adds NATIVE_FORMAT when no format
-  // bit is given. On failure the archive is left closed.
+  // Closes any open file, then opens `file_name` through a FileDevice:
+  // READ alone opens an existing file for reading, WRITE alone creates or
+  // truncates it, READ | WRITE opens it for both, creating it when it does
+  // not exist. Adds NATIVE_FORMAT when no format bit is given. On failure
+  // the archive is left closed.
   void open(const std::string& file_name, unsigned int mode);
+  // As the constructors on devices; READ and WRITE are only recorded in
+  // mode(): the device decides what it accepts.
+  void open(Device& device, unsigned int mode);
+  void open(std::unique_ptr<Device> device, unsigned int mode);
 
-  // Closes the file if one is open; otherwise does nothing.
+  // Flushes the pending writes and closes the device the archive owns (a
+  // device handed in by reference is only flushed); otherwise does nothing.
+  // A failure shows in failed() and last_error().
   void close() noexcept;
 
-  bool is_open() const noexcept { return file_ != nullptr; }
+  // Flushes the pending writes and makes them durable (File::sync for a
+  // file). Returns false, and sets failed() and last_error(), on a failure.
+  bool sync();
+
+  bool is_open() const noexcept { return device_ != nullptr; }
 
   // The mode given to open(), completed with the default format bit.
   unsigned int mode() const noexcept { return mode_; }
   bool portable() const noexcept { return (mode_ & PORTABLE_FORMAT) != 0; }
 
-  // True once a read came up short or a write was refused by the C library,
-  // until the next open().
+  // True once a read came up short or the device refused a write, a flush
+  // or a sync, until the next open() (close() keeps it).
   bool failed() const noexcept { return failed_; }
+
+  // The errno value of the device's last failure (for example ENOSPC), 0
+  // when none failed since open().
+  int last_error() const noexcept { return last_error_; }
 
   // True when no byte is left to read.
   bool at_end() const noexcept { return bytes_remaining() == 0; }
@@ -122,7 +155,7 @@ class VORN_API Archive {
   Archive& operator>>(long double& value);
 
   // Runs of values: the bytes are exactly those of `count` single writes, but
-  // converted through a buffer and handed to the C library in large pieces.
+  // converted straight into the device's buffer in large pieces.
   void write_array(const char* values, std::size_t count);
   void write_array(const unsigned char* values, std::size_t count);
   void write_array(const bool* values, std::size_t count);
@@ -161,6 +194,10 @@ class VORN_API Archive {
   std::size_t read_bytes(std::string& text, std::size_t size);
 
  private:
+  void attach(Device& device, unsigned int mode);
+  void set_mode(unsigned int mode);
+  void note_failure() noexcept;
+  void zero_rest(unsigned char* data, std::size_t size, std::size_t got) noexcept;
   template <class T>
   void write_integer(T value);
   template <class T>
@@ -178,9 +215,11 @@ class VORN_API Archive {
   template <std::size_t Width, class Decode>
   std::size_t read_encoded(std::size_t count, Decode decode);
 
-  std::FILE* file_ = nullptr;
+  Device* device_ = nullptr;
+  std::unique_ptr<Device> owned_device_;
   unsigned int mode_ = 0;
   bool failed_ = false;
+  int last_error_ = 0;
   std::uint64_t size_ = 0;
   std::uint64_t position_ = 0;
 };

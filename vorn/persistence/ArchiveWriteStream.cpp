@@ -1,8 +1,9 @@
 #include "vorn/persistence/ArchiveWriteStream.h"
 
-#include <climits>
 #include <sstream>
 #include <stdexcept>
+
+#include "vorn/persistence/detail/Coding.h"
 
 namespace vorn {
 
@@ -22,13 +23,12 @@ void ArchiveWriteStream::write(const char*, double value) { archive_ << value; }
 void ArchiveWriteStream::write(const char*, long double value) { archive_ << value; }
 
 void ArchiveWriteStream::write(const char* tag, const std::string& value) {
-  if (value.size() > UINT_MAX) {
+  if (!detail::fits_counted_length(value.size())) {
     std::ostringstream message;
     message << "ArchiveWriteStream::write: string of " << value.size() << " bytes is too long for '" << tag << "'";
     throw std::length_error(message.str());
   }
-  archive_ << static_cast<unsigned int>(value.size());
-  archive_.write_bytes(value.data(), value.size());
+  detail::put_counted_string(archive_, value);
 }
 
 void ArchiveWriteStream::begin_block(const char*, const char*) {}

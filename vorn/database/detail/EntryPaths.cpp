@@ -1,33 +1,11 @@
 #include "vorn/database/detail/EntryPaths.h"
 
-#include <cstdint>
-#include <limits>
-#include <stdexcept>
-
+#include "vorn/database/DatabaseEntry.h"
 #include "vorn/database/database_error.h"
+#include "vorn/io/MemoryDevice.h"
 #include "vorn/persistence/VersionedArchive.h"
 
 namespace vorn::detail {
-
-namespace {
-
-void append_big_endian(std::string& out, std::uint32_t value) {
-  out += static_cast<char>(value >> 24);
-  out += static_cast<char>(value >> 16);
-  out += static_cast<char>(value >> 8);
-  out += static_cast<char>(value);
-}
-
-void append_counted(std::string& out, const std::string& text) {
-  if (text.size() > std::numeric_limits<std::uint32_t>::max()) {
-    throw std::invalid_argument("write_counted_string: text of " + std::to_string(text.size()) +
-                                " bytes does not fit a 32-bit length");
-  }
-  append_big_endian(out, static_cast<std::uint32_t>(text.size()));
-  out += text;
-}
-
-}  // namespace
 
 std::string shown_in_message(const std::string& text) {
   const bool cut = text.size() > message_quote_limit;
@@ -86,12 +64,14 @@ void check_index_identifier(const char* operation, const DatabaseEntryIdentifier
 }
 
 std::string string_entry_image(const DatabaseEntryIdentifier& id, const std::string& data) {
-  std::string image;
-  image.reserve(12 + id.text().size() + data.size());
-  append_big_endian(image, static_cast<std::uint32_t>(VersionedArchive::current_version));
-  append_counted(image, id.text());
-  append_counted(image, data);
-  return image;
+  MemoryDevice image;
+  {
+    VersionedArchive archive(image, Archive::WRITE);
+    archive << static_cast<int>(VersionedArchive::current_version);
+    id.write(archive);
+    write_entry_data(archive, data);
+  }
+  return image.take();
 }
 
 }  // namespace vorn::detail

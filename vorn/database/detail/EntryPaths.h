@@ -54,7 +54,8 @@ void check_entry_file_identifier(const char* operation, const std::string& name,
 // than the maximum length).
 void check_index_identifier(const char* operation, const DatabaseEntryIdentifier& id);
 
-// The entry file of a string entry: version 6, the identifier, the data.
+// The entry file of a string entry: version 6, the identifier, the data,
+// written through an archive in memory as any entry is.
 std::string string_entry_image(const DatabaseEntryIdentifier& id, const std::string& data);
 
 }  // namespace vorn::detail
