@@ -1,7 +1,7 @@
 // The umbrella header: includes every public header of the library.
 //
 //   #include "vorn/vorn.h"
-//   vorn::THandle<vorn::ProgressMonitor> monitor(new vorn::ProgressMonitor);
+//   auto monitor = vorn::make_handle<vorn::ProgressMonitor>();
 #ifndef VORN_VORN_H_
 #define VORN_VORN_H_
 

@@ -7,7 +7,7 @@
 // concrete class is registered once, usually by a PolymorphicRegistrar
 // defined next to the class:
 //
-//   vorn::PolymorphicFactory<Shape>::register_class(vorn::THandle<Shape>(new Circle));
+//   vorn::PolymorphicFactory<Shape>::register_class(vorn::make_handle<Circle>());
 //   vorn::PolymorphicFactory<Shape>::has_type("Circle");          // true
 //   vorn::THandle<Shape> s = vorn::PolymorphicFactory<Shape>::create("Circle");
 //   vorn::PolymorphicFactory<Shape>::create("Square");            // null handle

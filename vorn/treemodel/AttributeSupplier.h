@@ -4,10 +4,10 @@
 //   class SizeSupplier : public AttributeSupplier {
 //    public:
 //     THandle<Attribute> attribute(ModelItem& item) override {
-//       return THandle<Attribute>(new IntegerAttribute(size_of(item)));
+//       return make_handle<IntegerAttribute>(size_of(item));
 //     }
 //   };
-//   THandle<AttributeSupplier> size(new SizeSupplier);
+//   THandle<AttributeSupplier> size = make_handle<SizeSupplier>();
 //   THandle<Attribute> a = item->attribute(size);   // computed once, then cached
 //
 // Suppliers are held and compared through THandle<AttributeSupplier>: one

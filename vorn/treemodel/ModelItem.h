@@ -1,7 +1,7 @@
 // ModelItem: the payload of one node of a TreeModel, an object with an
 // identifier and a cache of attributes computed for it by suppliers.
 //
-//   THandle<ModelItem> item(new ModelItem(DatabaseEntryIdentifier("peak")));
+//   THandle<ModelItem> item = make_handle<ModelItem>(DatabaseEntryIdentifier("peak"));
 //   THandle<Attribute> a = item->attribute(size_supplier);  // computed, cached
 //   item->attribute(size_supplier);                         // from the cache
 //   item->update_cached_attributes();   // after the item's data changed

@@ -5,9 +5,9 @@
 // viewer that collapses runs of equivalent entries).
 //
 //   TreeModel model;                                   // duplicate checking on
-//   auto r = model.insert(THandle<ModelItem>(new ModelItem(DatabaseEntryIdentifier("r"))));
-//   model.append_child(r, THandle<ModelItem>(new ModelItem(DatabaseEntryIdentifier("c"))));
-//   model.insert(THandle<ModelItem>(new ModelItem(DatabaseEntryIdentifier("r"))));  // becomes r_1
+//   auto r = model.insert(make_handle<ModelItem>(DatabaseEntryIdentifier("r")));
+//   model.append_child(r, make_handle<ModelItem>(DatabaseEntryIdentifier("c")));
+//   model.insert(make_handle<ModelItem>(DatabaseEntryIdentifier("r")));  // becomes r_1
 //   model.print(std::cout);                            // "r_1\nr\n\tc\n"
 //   auto it = model.find(model.begin(), model.end(), "c");
 //

@@ -4,7 +4,7 @@
 // its handle registries, so that serial numbers run 1, 2, 3, ... across all
 // handle types of one stream. 0 is reserved for the null handle.
 //
-//   vorn::THandle<vorn::detail::Counter> counter(new vorn::detail::Counter);
+//   auto counter = vorn::make_handle<vorn::detail::Counter>();
 //   unsigned int serial = counter->value++;   // 1
 //
 // Never throws.

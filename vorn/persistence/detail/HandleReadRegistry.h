@@ -4,10 +4,10 @@
 // the handles made for them, so that shared and cyclic graphs are restored
 // with their sharing.
 //
-//   vorn::THandle<vorn::detail::Counter> counter(new vorn::detail::Counter);
+//   auto counter = vorn::make_handle<vorn::detail::Counter>();
 //   vorn::detail::HandleReadRegistry<Leaf> registry(counter);
 //   auto found = registry.load(1);          // found.missing: make the object
-//   registry.set_value(1, vorn::THandle<Leaf>(new Leaf));
+//   registry.set_value(1, vorn::make_handle<Leaf>());
 //   registry.load(1).handle;                // the same object from now on
 //
 // Serial numbers must arrive in the order 1, 2, 3, ... across all registries

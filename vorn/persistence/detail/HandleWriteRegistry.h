@@ -6,7 +6,7 @@
 //
 // The stream makes one registry per handle type, all sharing its Counter:
 //
-//   vorn::THandle<vorn::detail::Counter> counter(new vorn::detail::Counter);
+//   auto counter = vorn::make_handle<vorn::detail::Counter>();
 //   vorn::detail::HandleWriteRegistry<Leaf> registry(counter);
 //   registry.save(a);   // {1, true}: first appearance, write the object
 //   registry.save(a);   // {1, false}: write only the serial number
