@@ -24,8 +24,8 @@
 // before destroying it. Throws std::invalid_argument
 // "CommandProcessorGroup::set_active: the processor is not in the group" and
 // std::logic_error "CommandProcessorGroup::undo: no active processor" (and
-// ::redo) when there is nothing to forward to; what the active processor
-// throws passes through.
+// likewise for redo) when there is nothing to forward to; what the active
+// processor throws passes through.
 #ifndef VORN_COMMANDS_COMMANDPROCESSORGROUP_H_
 #define VORN_COMMANDS_COMMANDPROCESSORGROUP_H_
 
