@@ -6,6 +6,7 @@
 #include <sstream>
 #include <utility>
 
+#include "vorn/database/detail/EntryPaths.h"
 #include "vorn/io/FileFunctions.h"
 #include "vorn/io/FileSystem.h"
 
@@ -43,19 +44,7 @@ std::string read_file(const std::string& path) {
   }
 }
 
-std::string shown(const std::string& text) {
-  constexpr std::size_t limit = 80;
-  std::string out;
-  for (std::size_t i = 0; i < text.size() && i < limit; ++i) {
-    if (text[i] == '\0') {
-      out += "\\0";
-    } else {
-      out += text[i];
-    }
-  }
-  if (text.size() > limit) out += "...";
-  return out;
-}
+std::string shown(const std::string& text) { return detail::shown_in_message(text); }
 
 std::string open_failure_reason(const std::string& path) {
   try {

@@ -7,20 +7,6 @@
 
 namespace vorn::detail {
 
-std::string shown_in_message(const std::string& text) {
-  const bool cut = text.size() > message_quote_limit;
-  std::string shown;
-  for (std::size_t i = 0; i < text.size() && i < message_quote_limit; ++i) {
-    if (text[i] == '\0') {
-      shown += "\\0";
-    } else {
-      shown += text[i];
-    }
-  }
-  if (cut) shown += "...";
-  return shown;
-}
-
 void check_entry_file_identifier(const char* operation, const std::string& name, const DatabaseEntryIdentifier& id) {
   const std::string& text = id.text();
   const std::string prefix = std::string("ArchiveDatabase::") + operation + ": ";

@@ -32,7 +32,19 @@ constexpr std::size_t message_quote_limit = 80;
 
 // `text` as a message quotes it: at most message_quote_limit bytes, then
 // "..." when cut, a zero byte shown as \0 so that it does not end the message.
-std::string shown_in_message(const std::string& text);
+// Inline, so that the vorn tool quotes its own messages the same way.
+inline std::string shown_in_message(const std::string& text) {
+  std::string shown;
+  for (std::size_t i = 0; i < text.size() && i < message_quote_limit; ++i) {
+    if (text[i] == '\0') {
+      shown += "\\0";
+    } else {
+      shown += text[i];
+    }
+  }
+  if (text.size() > message_quote_limit) shown += "...";
+  return shown;
+}
 
 // Refuses, with a database_error "ArchiveDatabase::<operation>: ...", an
 // identifier that does not name exactly one file inside the directory of the
