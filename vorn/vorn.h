@@ -23,6 +23,7 @@
 #include "vorn/database/DatabaseEntryIdentifierPairList.h"
 #include "vorn/database/DatabaseOptions.h"
 #include "vorn/database/database_error.h"
+#include "vorn/foundation/Export.h"
 #include "vorn/foundation/HandleCommon.h"
 #include "vorn/foundation/Notice.h"
 #include "vorn/foundation/StringFunctions.h"
