@@ -92,6 +92,14 @@ class THandle {
     acquire();
   }
 
+  // Converting move from a handle of a derived class: takes its share over.
+  template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+  /*implicit*/ THandle(THandle<U>&& other) noexcept  // NOLINT(google-explicit-constructor)
+      : object_(other.object_), count_(other.count_) {
+    other.object_ = nullptr;
+    other.count_ = nullptr;
+  }
+
   ~THandle() { release(); }
 
   // Assigning a handle that designates the same object changes no count.
@@ -146,13 +154,21 @@ class THandle {
   }
 
  private:
+  template <class U>
+  friend class THandle;
+
   void acquire() noexcept {
     if (object_ != nullptr) count_->up_strong();
   }
 
   void release() noexcept {
-    if (object_ != nullptr && count_->down_strong()) delete object_;
+    if (object_ != nullptr && count_->down_strong()) destroy(object_);
   }
+
+  // Out of line, so that GCC's use-after-free analysis, which cannot see that
+  // a handle that is still copied keeps the count above zero, does not warn
+  // in code that copies a handle while another copy is released.
+  [[gnu::noinline]] static void destroy(T* object) noexcept { delete object; }
 
   T* object_ = nullptr;
   HandleCommon::UseCount* count_ = nullptr;
