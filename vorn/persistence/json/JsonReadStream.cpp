@@ -1,7 +1,10 @@
 #include "vorn/persistence/json/JsonReadStream.h"
 
 #include <charconv>
+#include <clocale>
+#include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <sstream>
@@ -190,13 +193,35 @@ class JsonReadStream::Impl {
         value = std::numeric_limits<T>::infinity();
       } else if (word == "-Infinity") {
         value = -std::numeric_limits<T>::infinity();
+      } else if (std::is_same_v<T, long double>) {
+        read_digits(tag, first, last, value);
       } else {
         mismatch_error(tag, "a string", type_name_of<T>());
       }
       return;
     }
+    read_digits(tag, first, last, value);
+  }
+
+  template <class T>
+  static void read_digits(const char* tag, const char* first, const char* last, T& value) {
     T parsed{};
     const std::from_chars_result result = std::from_chars(first, last, parsed);
+    if constexpr (std::is_same_v<T, long double>) {
+      // The standard library reports a subnormal long double as out of
+      // range; the C library's conversion, in the C locale, reads it.
+      if (result.ec == std::errc::result_out_of_range && result.ptr == last) {
+        static const locale_t c_locale = newlocale(LC_ALL_MASK, "C", locale_t());
+        const std::string digits(first, last);
+        char* end = nullptr;
+        parsed = strtold_l(digits.c_str(), &end, c_locale);
+        if (end != digits.c_str() + digits.size() || std::fpclassify(parsed) != FP_SUBNORMAL) {
+          mismatch_error(tag, digits, type_name_of<T>());
+        }
+        value = parsed;
+        return;
+      }
+    }
     if (result.ec != std::errc() || result.ptr != last) mismatch_error(tag, std::string(first, last), type_name_of<T>());
     value = parsed;
   }

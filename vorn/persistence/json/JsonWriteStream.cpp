@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 #include <stdexcept>
+#include <type_traits>
 #include <vector>
 
 #include <rapidjson/prettywriter.h>
@@ -133,7 +134,14 @@ class JsonWriteStream::Impl {
     } else {
       char text[64];
       const std::to_chars_result result = std::to_chars(text, text + sizeof text, value);
-      number_text(text, static_cast<std::size_t>(result.ptr - text));
+      const auto length = static_cast<std::size_t>(result.ptr - text);
+      // A long double may exceed the range of the parser's double, so it is
+      // a string: its digits do not pass through any double.
+      if constexpr (std::is_same_v<T, long double>) {
+        string(text, static_cast<rapidjson::SizeType>(length));
+      } else {
+        number_text(text, length);
+      }
     }
   }
 

@@ -30,11 +30,13 @@
 //   polymorphism).
 // - bool is true or false; every other integer type (char included) is a
 //   JSON integer, exact over the whole 64-bit range.
-// - float, double and long double are JSON numbers with the fewest digits
-//   that read back to exactly the same value (long double too keeps all of
-//   its 64-bit significand). NaN, infinity and minus infinity are the
-//   strings "NaN", "Infinity" and "-Infinity" (the sign and payload of a NaN
-//   are not kept).
+// - float and double are JSON numbers with the fewest digits that read back
+//   to exactly the same value. A long double is a string of such digits
+//   ("0.33333333333333333334"; all of an x86 long double's 64-bit
+//   significand is kept), since its range exceeds what JSON parsers read as
+//   a number. NaN, infinity and minus infinity are the strings "NaN",
+//   "Infinity" and "-Infinity" (the sign and payload of a NaN are not
+//   kept).
 // - A std::string is a JSON string; quotes, backslashes and control
 //   characters (a zero byte as \u0000) are escaped, every other byte is
 //   copied as it is. UTF-8 text thus gives valid JSON; bytes that are not
