@@ -408,6 +408,14 @@ TEST(JsonReading, MalformedInputNamesLineAndColumn) {
   }
 }
 
+TEST(JsonReading, DeepNestingNeitherRecursesNorCrashes) {
+  const std::size_t depth = 200000;
+  std::istringstream in("{\"v\":" + std::string(depth, '[') + std::string(depth, ']') + "}");
+  JsonReadStream stream(in);
+  std::vector<std::vector<int>> nested;
+  EXPECT_EQ(error_of([&] { stream.read("v", nested); }), "JsonReadStream::read: 'item' holds an array, not an int");
+}
+
 TEST(JsonReading, ValuesOfTheWrongKindOrRangeAreRefused) {
   struct Case {
     const char* name;
