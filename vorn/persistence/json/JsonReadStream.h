@@ -7,22 +7,24 @@
 //
 // Items are found by tag within their block, not by position, so the
 // presence rules hold for real:
-// - an absent item read as ITEM_OPTIONAL throws OptionalItemNotPresent,
-//   which a class that gained a field catches to keep a default:
-//
-//     try {
-//       s.read("colour", colour_, vorn::ITEM_OPTIONAL);
-//     } catch (const vorn::PersistentReadStream::OptionalItemNotPresent&) {
-//       colour_ = "black";   // written before the field existed
-//     }
-//
+// - an absent item read as ITEM_OPTIONAL throws OptionalItemNotPresent;
 // - an absent required item throws ItemNotPresent ("Failed to find item with
-//   tag 'x' and type_name 'int'"; a primitive's type name is its C++ type);
+// tag 'x' and type_name 'int'"; a primitive's type name is its C++ type);
 // - keys that no read asks for are skipped, so a class that lost a field
-//   reads files written before;
+// reads files written before;
 // - a block whose "$type" differs from the type name asked for counts as
-//   absent; a polymorphic handle's "value" is re-created through
-//   PolymorphicFactory from its "$type".
+// absent; a polymorphic handle's "value" is re-created through
+// PolymorphicFactory from its "$type".
+//
+// A class that gained a field reads it as optional and keeps a default for
+// files written before:
+//
+//   try {
+//     s.read("colour", colour_, vorn::ITEM_OPTIONAL);
+//   } catch (const vorn::PersistentReadStream::OptionalItemNotPresent&) {
+//     colour_ = "black";
+//   }
+//
 // Items are looked for from just after the item read last, so reading in
 // the written order costs one comparison per item and a tag that occurs
 // several times in one block is read in turn. Numbers are read exactly: an

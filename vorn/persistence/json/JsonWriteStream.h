@@ -16,32 +16,32 @@
 // The layout:
 // - The document is one object whose keys are the tags written at the top.
 // - A block is an object. Its key "$type" holds the block's type name and,
-//   when the block was given a class version, "$version" holds it. Its items
-//   follow under their tags, in the order written. Keys beginning with '$'
-//   belong to the stream: a tag that begins with '$' is refused.
+// when the block was given a class version, "$version" holds it. Its items
+// follow under their tags, in the order written. Keys beginning with '$'
+// belong to the stream: a tag that begins with '$' is refused.
 // - A "Container" block is an array of its items; its "count" is the
-//   array's length and is not written separately. A container holds only
-//   "count" and "item"s; any other tag inside one is refused.
+// array's length and is not written separately. A container holds only
+// "count" and "item"s; any other tag inside one is refused.
 // - A handle is a "Handle" block: {"$type":"Handle","serial_number":1,
-//   "value":{...}} on the object's first appearance, then only
-//   {"$type":"Handle","serial_number":1}; 0 is the null handle. A
-//   polymorphic object's "value" carries its registered class name as its
-//   "$type", through which the reader re-creates it (the stream supports
-//   polymorphism).
+// "value":{...}} on the object's first appearance, then only
+// {"$type":"Handle","serial_number":1}; 0 is the null handle. A
+// polymorphic object's "value" carries its registered class name as its
+// "$type", through which the reader re-creates it (the stream supports
+// polymorphism).
 // - bool is true or false; every other integer type (char included) is a
-//   JSON integer, exact over the whole 64-bit range.
+// JSON integer, exact over the whole 64-bit range.
 // - float and double are JSON numbers with the fewest digits that read back
-//   to exactly the same value. A long double is a string of such digits
-//   ("0.33333333333333333334"; all of an x86 long double's 64-bit
-//   significand is kept), since its range exceeds what JSON parsers read as
-//   a number. NaN, infinity and minus infinity are the strings "NaN",
-//   "Infinity" and "-Infinity" (the sign and payload of a NaN are not
-//   kept).
+// to exactly the same value. A long double is a string of such digits
+// ("0.33333333333333333334"; all of an x86 long double's 64-bit
+// significand is kept), since its range exceeds what JSON parsers read as
+// a number. NaN, infinity and minus infinity are the strings "NaN",
+// "Infinity" and "-Infinity" (the sign and payload of a NaN are not
+// kept).
 // - A std::string is a JSON string; quotes, backslashes and control
-//   characters (a zero byte as \u0000) are escaped, every other byte is
-//   copied as it is. UTF-8 text thus gives valid JSON; bytes that are not
-//   UTF-8 are kept and read back exactly, but make the document invalid
-//   UTF-8 for other JSON tools.
+// characters (a zero byte as `\u0000`) are escaped, every other byte is
+// copied as it is. UTF-8 text thus gives valid JSON; bytes that are not
+// UTF-8 are kept and read back exactly, but make the document invalid
+// UTF-8 for other JSON tools.
 //
 // The output is compact (no blanks) unless Options::indent asks for one
 // item per line, indented by four blanks per level. The stream buffers its
