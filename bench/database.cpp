@@ -3,6 +3,8 @@
 //      creating the same files with open/write/close, and SQLite (one table
 //      of identifier and blob, one transaction);
 //   2. opening a database of 1,000,000 identifiers and looking up 100,000;
+//      nearest_entry at 100,000 and 1,000,000 identifiers, against the scan
+//      of the abstract interface at the same sizes;
 //   3. two gcd files of 1,000,000 lines read, sorted, made unique, their
 //      difference written: identifier lists against `LC_ALL=C sort -u` and
 //      `comm -23`.
@@ -13,6 +15,7 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -190,6 +193,74 @@ void BM_LookUpInLargeDatabase(benchmark::State& state) {
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * lookups));
 }
 BENCHMARK(BM_LookUpInLargeDatabase)->Unit(benchmark::kMillisecond);
+
+// An index of `count` identifiers in three case variants (ID, Id, id) and
+// questions for nearest_entry: half name an identifier in another case, half
+// are absent and land between neighbours.
+class CaseVariantIndex {
+ public:
+  explicit CaseVariantIndex(std::size_t count) : count_(count) {
+    static const char* const prefixes[] = {"ID", "Id", "id"};
+    std::ofstream out(dir_.path() + "/near.adi", std::ios::binary);
+    std::mt19937 random(3);
+    for (std::size_t i = 0; i < count_; ++i) {
+      const unsigned long number = i * 2654435761u % 1000000007u;
+      out << prefixes[i % 3] << number << '\n';
+      if (i % 2 == 0) {
+        targets_.emplace_back("iD" + std::to_string(number));
+      } else {
+        targets_.emplace_back("iD" + std::to_string(random() % 1000000007u) + "x");
+      }
+    }
+    std::shuffle(targets_.begin(), targets_.end(), random);
+  }
+  const std::string& directory() const { return dir_.path(); }
+  const vorn::DatabaseEntryIdentifier& target(std::size_t i) const { return targets_[i % targets_.size()]; }
+
+ private:
+  ScratchDirectory dir_;
+  std::size_t count_;
+  std::vector<vorn::DatabaseEntryIdentifier> targets_;
+};
+
+// nearest_entry of the archive database: an ordered index, built by the
+// first call (outside the timing here; see BM_NearestEntryFirstCall).
+void BM_NearestEntry(benchmark::State& state) {
+  const CaseVariantIndex index(vorn::bench::problem_size(static_cast<std::size_t>(state.range(0)), 1000));
+  const Db db(index.directory(), "near", vorn::Archive::READ);
+  Db::IdentifierMatch match;
+  db.nearest_entry(index.target(0), match);
+  std::size_t i = 0;
+  for (auto _ : state) benchmark::DoNotOptimize(db.nearest_entry(index.target(i++), match));
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()));
+}
+BENCHMARK(BM_NearestEntry)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMicrosecond);
+
+// The other side: the scan of Database<Entry>, reading every identifier.
+void BM_NearestEntryScan(benchmark::State& state) {
+  const CaseVariantIndex index(vorn::bench::problem_size(static_cast<std::size_t>(state.range(0)), 1000));
+  const Db db(index.directory(), "near", vorn::Archive::READ);
+  Db::IdentifierMatch match;
+  std::size_t i = 0;
+  for (auto _ : state) benchmark::DoNotOptimize(db.Database<Entry>::nearest_entry(index.target(i++), match));
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()));
+}
+BENCHMARK(BM_NearestEntryScan)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMicrosecond);
+
+// Opening alone (first_call 0), and opening with the first nearest_entry,
+// which orders the identifiers (first_call 1).
+void BM_NearestEntryFirstCall(benchmark::State& state) {
+  const CaseVariantIndex index(vorn::bench::problem_size(static_cast<std::size_t>(state.range(0)), 1000));
+  for (auto _ : state) {
+    const Db db(index.directory(), "near", vorn::Archive::READ);
+    Db::IdentifierMatch match;
+    if (state.range(1) != 0) benchmark::DoNotOptimize(db.nearest_entry(index.target(0), match));
+  }
+}
+BENCHMARK(BM_NearestEntryFirstCall)
+    ->ArgNames({"n", "first_call"})
+    ->ArgsProduct({{100000, 1000000}, {0, 1}})
+    ->Unit(benchmark::kMillisecond);
 
 // Two gcd files of random identifiers with repeats, overlapping by half.
 class GcdFiles {

@@ -1,7 +1,8 @@
 // The tree model at scale: unique-identifier insertion, building, walking,
 // sorting and the two range searches over a model of about a million items
-// (a balanced tree of four levels), with the pre-order walk measured against
-// a walk over the same payloads in a std::vector.
+// (a balanced tree of four levels built level by level), with the pre-order
+// walk measured against a walk over the same payloads in a std::vector,
+// before and after the model's nodes are laid out in pre-order.
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 
@@ -66,8 +67,7 @@ void ensure_unique_by_rescanning(const Item& item, TreeModel::sibling_iterator f
   if (counter > 0) item->set_identifier(candidate);
 }
 
-// N items named alike, inserted at the top level with duplicate checking:
-// the k-th insertion scans k siblings once.
+// N items named alike, inserted at the top level with duplicate checking.
 void BM_InsertSameIdentifier(benchmark::State& state) {
   const auto n = static_cast<std::size_t>(state.range(0));
   std::vector<Item> items;
@@ -88,9 +88,9 @@ void BM_InsertSameIdentifier(benchmark::State& state) {
 BENCHMARK(BM_InsertSameIdentifier)
     ->Apply([](benchmark::internal::Benchmark* b) {
       const auto n = static_cast<std::int64_t>(vorn::bench::problem_size(10000, 100));
-      b->Arg(n / 4)->Arg(n / 2)->Arg(n);
+      b->Arg(n / 10)->Arg(n)->Arg(n * 4);
     })
-    ->Complexity(benchmark::oNSquared)
+    ->Complexity()
     ->Unit(benchmark::kMillisecond);
 
 // The same with one rescan of the siblings per candidate: cubic, so only at
@@ -153,57 +153,81 @@ BENCHMARK_TEMPLATE(BM_EnsureUniqueAmongDistinctSiblings, true)
 
 // ---- A model of a million items ---------------------------------------------
 
-// A balanced tree of four levels with `branching` children per item. The
-// items are made first, then linked in pre-order, as a loader would; values
-// repeat in runs of three so that the range searches find something.
+// Calls compact() when the model has it (so that this file also measures a
+// model without one); false when it has not.
+template <class Model>
+auto compact_if_possible(Model& model, int) -> decltype(model.compact(), bool()) {
+  model.compact();
+  return true;
+}
+template <class Model>
+bool compact_if_possible(Model&, long) {
+  return false;
+}
+
+// A balanced tree of four levels with `branching` children per item, made
+// and linked level by level (every top-level item, then the children of
+// each top-level item, and so on), as a loader that reads a breadth-first
+// listing would: the nodes of one subtree are spread over the whole model,
+// and each node is allocated between items. Values repeat in runs of three
+// (in pre-order) so that the range searches find something.
 struct BalancedModel {
   explicit BalancedModel(int branching) {
     int serial = 0;
-    make_items(branching, 0, serial);
+    make_items(branching, 0, -1, serial);
     build();
   }
 
-  void make_items(int branching, int level, int& serial) {
+  void make_items(int branching, int level, std::ptrdiff_t parent, int& serial) {
     for (int i = 0; i < branching; ++i) {
       // Siblings in ascending order, so that the descending sort has work.
       const int value = serial++ / 3;
       char id[16];
       std::snprintf(id, sizeof id, "n%03d", i);
+      const auto self = static_cast<std::ptrdiff_t>(levels.size());
       levels.push_back(level);
-      items.emplace_back(new ValuedItem(id, value));
-      if (level < 3) make_items(branching, level + 1, serial);
+      parents.push_back(parent);
+      ids.emplace_back(id);
+      values.push_back(value);
+      if (level < 3) make_items(branching, level + 1, self, serial);
     }
   }
 
-  // Drops the model; the trim coalesces the freed nodes so that the next
-  // build lays its nodes out in order again.
+  // Drops the model and its items; the trim returns the freed memory so
+  // that the next build starts from the same state.
   void release() {
     model.reset();
+    items.clear();
     malloc_trim(0);
   }
 
   void build() {
     model = std::make_unique<BenchModel>();
     model->set_duplicate_checking(false);
-    std::vector<Position> parents;
+    items.resize(levels.size());
+    std::vector<Position> positions(levels.size());
     Position last_top;
-    for (std::size_t i = 0; i < items.size(); ++i) {
-      const int level = levels[i];
-      parents.resize(static_cast<std::size_t>(level));
-      Position p;
-      if (level != 0) {
-        p = model->append_child(parents.back(), items[i]);
-      } else if (last_top.node() == nullptr) {
-        p = last_top = model->insert(items[i]);
-      } else {
-        p = last_top = model->insert_after(last_top, items[i]);
+    for (int level = 0; level < 4; ++level) {
+      for (std::size_t i = 0; i < levels.size(); ++i) {
+        if (levels[i] != level) continue;
+        items[i] = Item(new ValuedItem(ids[i], values[i]));
+        if (level != 0) {
+          positions[i] = model->append_child(positions[static_cast<std::size_t>(parents[i])], items[i]);
+        } else if (last_top.node() == nullptr) {
+          positions[i] = last_top = model->insert(items[i]);
+        } else {
+          positions[i] = last_top = model->insert_after(last_top, items[i]);
+        }
       }
-      parents.push_back(p);
     }
   }
 
+  // Of each item, in pre-order:
   std::vector<int> levels;
-  std::vector<Item> items;  // in pre-order
+  std::vector<std::ptrdiff_t> parents;  // the index of its parent, -1 at the top level
+  std::vector<std::string> ids;
+  std::vector<int> values;
+  std::vector<Item> items;
   std::unique_ptr<BenchModel> model;
 };
 
@@ -230,34 +254,33 @@ void model_sizes(benchmark::internal::Benchmark* b) {
   b->Arg(full / 4 > 1 ? full / 4 : 2)->Arg(full / 2 > 1 ? full / 2 : 2)->Arg(full);
 }
 
-// The walks also run at four times the full size, where the vector no
-// longer fits in the last-level cache either and both sides stream from
-// memory.
+// The walks run at about 70 k, 1 M and 4 M items: in the cache, the vector
+// in the last-level cache but not the nodes, and both streaming from memory.
 int large_branching() {
   return static_cast<int>(std::lround(std::sqrt(2.0) * branching_for(static_cast<std::int64_t>(
                                                             vorn::bench::problem_size(1000000, 1000)))));
 }
 
-void walk_sizes(benchmark::internal::Benchmark* b) {
-  model_sizes(b);
-  b->Arg(large_branching());
+// Adds up the item addresses in pre-order: the same work per payload as the
+// vector walk.
+std::uintptr_t walk(const TreeModel& model) {
+  std::uintptr_t sum = 0;
+  for (auto it = model.begin(), end = model.end(); it != end; ++it) {
+    sum += reinterpret_cast<std::uintptr_t>(it->unhand());
+  }
+  return sum;
 }
 
-// Both walks add up the item addresses, the same work per payload.
+// The three walks of one size run in a row: the model as built level by
+// level, the vector of the same handles in pre-order, and the model after
+// compact() (skipped by a container without it).
 void BM_PreOrderWalk(benchmark::State& state) {
   BalancedModel& m = balanced_model(static_cast<int>(state.range(0)));
   const TreeModel& model = *m.model;
-  for (auto _ : state) {
-    std::uintptr_t sum = 0;
-    for (auto it = model.begin(), end = model.end(); it != end; ++it) {
-      sum += reinterpret_cast<std::uintptr_t>(it->unhand());
-    }
-    benchmark::DoNotOptimize(sum);
-  }
-  state.SetComplexityN(static_cast<std::int64_t>(m.items.size()));
+  for (auto _ : state) benchmark::DoNotOptimize(walk(model));
+  state.counters["items"] = static_cast<double>(m.items.size());
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(m.items.size()));
 }
-BENCHMARK(BM_PreOrderWalk)->Apply(walk_sizes)->Complexity(benchmark::oN)->Unit(benchmark::kMicrosecond);
 
 void BM_VectorWalk(benchmark::State& state) {
   BalancedModel& m = balanced_model(static_cast<int>(state.range(0)));
@@ -267,11 +290,40 @@ void BM_VectorWalk(benchmark::State& state) {
     for (const Item& item : payloads) sum += reinterpret_cast<std::uintptr_t>(item.unhand());
     benchmark::DoNotOptimize(sum);
   }
-  state.SetComplexityN(static_cast<std::int64_t>(m.items.size()));
+  state.counters["items"] = static_cast<double>(m.items.size());
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(m.items.size()));
-  if (state.range(0) == large_branching()) balanced_models().erase(large_branching());  // its last use
 }
-BENCHMARK(BM_VectorWalk)->Apply(walk_sizes)->Complexity(benchmark::oN)->Unit(benchmark::kMicrosecond);
+
+void BM_PreOrderWalkCompacted(benchmark::State& state) {
+  BalancedModel& m = balanced_model(static_cast<int>(state.range(0)));
+  if (compact_if_possible(*m.model, 0)) {
+    const TreeModel& model = *m.model;
+    for (auto _ : state) benchmark::DoNotOptimize(walk(model));
+    state.counters["items"] = static_cast<double>(m.items.size());
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(m.items.size()));
+  } else {
+    state.SkipWithError("the container has no compact()");
+  }
+  if (state.range(0) == large_branching()) {
+    balanced_models().erase(large_branching());  // its last use
+  } else {
+    m.release();  // later benchmarks measure the model as built
+    m.build();
+  }
+}
+
+// Registered size by size, so that the three walks of one size run in a row.
+const bool walks_registered = [] {
+  const int full = branching_for(static_cast<std::int64_t>(vorn::bench::problem_size(1000000, 1000)));
+  for (int branching : {full / 2 > 1 ? full / 2 : 2, full, large_branching()}) {
+    benchmark::RegisterBenchmark("BM_PreOrderWalk", BM_PreOrderWalk)->Arg(branching)->Unit(benchmark::kMicrosecond);
+    benchmark::RegisterBenchmark("BM_VectorWalk", BM_VectorWalk)->Arg(branching)->Unit(benchmark::kMicrosecond);
+    benchmark::RegisterBenchmark("BM_PreOrderWalkCompacted", BM_PreOrderWalkCompacted)
+        ->Arg(branching)
+        ->Unit(benchmark::kMicrosecond);
+  }
+  return true;
+}();
 
 // Range searches with one supplier; the items' caches are filled by the
 // first run, so the figures are for cached attributes.
@@ -329,7 +381,8 @@ void BM_SortDeep(benchmark::State& state) {
 }
 BENCHMARK(BM_SortDeep)->Apply(model_sizes)->Complexity(benchmark::oNLogN)->Unit(benchmark::kMillisecond);
 
-// Runs last: it replaces the models whose first layout the walks measure.
+// Making and linking the items level by level. Runs last: it replaces the
+// models the other benchmarks use.
 void BM_BuildModel(benchmark::State& state) {
   const auto branching = static_cast<int>(state.range(0));
   BalancedModel& m = balanced_model(branching);

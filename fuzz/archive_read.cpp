@@ -1,28 +1,21 @@
-// Reads arbitrary bytes as the representative object graph through an
-// ArchiveReadStream, in both floating-point formats. Every input must end in
-// a value or an exception: never a crash, a hang, a leak or a huge
-// allocation.
-#include <unistd.h>
-
+// Reads arbitrary bytes, straight from memory, as the representative object
+// graph through an ArchiveReadStream, in both floating-point formats. Every
+// input must end in a value or an exception: never a crash, a hang, a leak
+// or a huge allocation.
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <exception>
-#include <string>
 
 #include "persistence/RepresentativeGraph.h"
+#include "vorn/io/MemoryDevice.h"
 #include "vorn/persistence/Archive.h"
 #include "vorn/persistence/ArchiveReadStream.h"
 
 namespace {
 
-const std::string& input_file() {
-  static const std::string name = "/tmp/vorn_fuzz_archive_read_" + std::to_string(::getpid()) + ".arc";
-  return name;
-}
-
-void read_graph(unsigned int format) {
-  vorn::Archive archive(input_file(), vorn::Archive::READ | format);
+void read_graph(const std::uint8_t* data, std::size_t size, unsigned int format) {
+  vorn::MemoryDevice input(data, size);
+  vorn::Archive archive(input, vorn::Archive::READ | format);
   vorn::ArchiveReadStream stream(archive);
   vorn::test::Graph graph;
   try {
@@ -39,14 +32,9 @@ void read_graph(unsigned int format) {
 extern "C" const char* __asan_default_options() { return "quarantine_size_mb=64"; }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  std::FILE* file = std::fopen(input_file().c_str(), "wb");
-  if (file == nullptr) return 0;
-  std::fwrite(data, 1, size, file);
-  std::fclose(file);
-  read_graph(vorn::Archive::NATIVE_FORMAT);
-  read_graph(vorn::Archive::PORTABLE_FORMAT);
+  read_graph(data, size, vorn::Archive::NATIVE_FORMAT);
+  read_graph(data, size, vorn::Archive::PORTABLE_FORMAT);
   // A ring read half-way holds itself alive; free it.
   vorn::test::Node::break_all_cycles();
-  std::remove(input_file().c_str());
   return 0;
 }

@@ -15,7 +15,7 @@ using Entry = vorn::DatabaseEntry<std::string>;
 using Id = vorn::DatabaseEntryIdentifier;
 
 vorn::THandle<Entry> entry(const std::string& id, const std::string& text) {
-  return vorn::THandle<Entry>(new Entry(Id(id), vorn::THandle<std::string>(new std::string(text))));
+  return vorn::make_handle<Entry>(Id(id), vorn::make_handle<std::string>(text));
 }
 
 }  // namespace
@@ -25,23 +25,32 @@ int main(int argc, char** argv) {
   const std::filesystem::path directory = std::filesystem::temp_directory_path() / "vorn_example_database";
   std::filesystem::create_directories(directory);
   {
-    vorn::ArchiveDatabase<Entry> db(directory.string(), "spectra", vorn::Archive::READ | vorn::Archive::WRITE);
-    db.append(entry("S100", "peaks at 1.2, 3.4"));
-    db.append(entry("S200", "no peaks"));
-    db.append(entry("s300", "one peak at 7.1"));
-    db.replace(entry("S200", "one weak peak"));
+    vorn::DatabaseOptions options;
+    options.writable = true;
+    options.create_if_missing = true;
+    auto db = vorn::ArchiveDatabase<Entry>::open(directory.string(), "spectra", options);
+    db->append(entry("S100", "peaks at 1.2, 3.4"));
+    db->append(entry("S200", "no peaks"));
+    db->append(entry("s300", "one peak at 7.1"));
+    db->replace(entry("S200", "one weak peak"));
     try {
-      db.append(entry("S100", "again"));
+      db->append(entry("S100", "again"));
     } catch (const vorn::database_error& e) {
       std::cout << "refused: " << e.what() << '\n';
     }
   }
+  try {
+    vorn::ArchiveDatabase<Entry>::open(directory.string(), "spectrum", vorn::DatabaseOptions());
+  } catch (const vorn::database_error& e) {
+    std::cout << "refused: " << e.what() << '\n';
+  }
   {
-    vorn::ArchiveDatabase<Entry> db(directory.string(), "spectra", vorn::Archive::READ);
-    std::cout << db.size() << " entries; S200: " << *db.entry(Id("S200"))->data() << '\n';
+    auto db = vorn::ArchiveDatabase<Entry>::open(directory.string(), "spectra", vorn::DatabaseOptions());
+    for (const vorn::THandle<Entry>& e : *db) std::cout << e->identifier().text() << ": " << *e->data() << '\n';
+    if (!db->find(Id("S999"))) std::cout << "no S999\n";
     vorn::ArchiveDatabase<Entry>::IdentifierMatch match;
-    const int i = db.nearest_entry(Id("S300"), match);
-    std::cout << "nearest to S300: " << static_cast<const std::string&>(db.identifier(i))
+    const int i = db->nearest_entry(Id("S300"), match);
+    std::cout << "nearest to S300: " << db->identifier(i).text()
               << (match == vorn::ArchiveDatabase<Entry>::case_insensitive_match ? " (ignoring case)" : "") << '\n';
   }
   vorn::ArchiveDatabase<Entry>::delete_database_files(directory.string(), "spectra");

@@ -23,7 +23,7 @@ struct Spectrum : Sample {
 int main(int argc, char** argv) {
   vorn::VornLog::process_args(argc, argv);
 
-  vorn::THandle<Sample> sample(new Spectrum(1024));
+  vorn::THandle<Sample> sample = vorn::make_handle<Spectrum>(1024);
   vorn::TWeakHandle<Sample> observer(sample);
   {
     vorn::THandle<Sample> copy = sample;

@@ -119,10 +119,10 @@ const vorn::PolymorphicRegistrar<PeakShape, Lorentzian> lorentzian_registrar;
 int main(int argc, char** argv) {
   vorn::VornLog::process_args(argc, argv);
 
-  vorn::THandle<Instrument> instrument(new Instrument{"MX-400", 0.05});
-  vorn::THandle<Run> run(new Run{"calibration", {}});
+  auto instrument = vorn::make_handle<Instrument>("MX-400", 0.05);
+  auto run = vorn::make_handle<Run>("calibration", std::vector<vorn::THandle<Sample>>());
   for (const char* name : {"blank", "standard"}) {
-    run->samples.emplace_back(new Sample{name, {3, 5, 8}, instrument, run});
+    run->samples.push_back(vorn::make_handle<Sample>(name, std::vector<int>{3, 5, 8}, instrument, run));
   }
 
   const std::string path = "example_persistence.arc";
@@ -146,8 +146,7 @@ int main(int argc, char** argv) {
   for (auto& sample : run->samples) sample->run = vorn::THandle<Run>();
   for (auto& sample : restored->samples) sample->run = vorn::THandle<Run>();
 
-  std::vector<vorn::THandle<PeakShape>> shapes{vorn::THandle<PeakShape>(new Gaussian),
-                                               vorn::THandle<PeakShape>(new Lorentzian)};
+  std::vector<vorn::THandle<PeakShape>> shapes{vorn::make_handle<Gaussian>(), vorn::make_handle<Lorentzian>()};
   shapes.push_back(shapes[0]);
   vorn::DebugPrintStream print(std::cout);
   print.write("shapes", shapes);

@@ -1,6 +1,8 @@
 // Progress monitoring: two processes report their steps to their own
 // monitors, a combined monitor averages them, and a text progress bar shows
-// the combined percentage (a bar on a terminal, plain lines elsewhere).
+// the combined percentage (a bar on a terminal, plain lines elsewhere). The
+// log line written between the two processes makes way for the bar: on a
+// terminal the bar is erased, the line written and the bar drawn again.
 #include <iostream>
 
 #include "vorn/vorn.h"
@@ -22,12 +24,14 @@ void process(vorn::ProgressMonitorProcessInterface& monitor, int steps) {
 
 int main(int argc, char** argv) {
   vorn::VornLog::process_args(argc, argv);
-  vorn::THandle<vorn::ProgressMonitor> load(new vorn::ProgressMonitor);
-  vorn::THandle<vorn::ProgressMonitor> index(new vorn::ProgressMonitor);
+  auto load = vorn::make_handle<vorn::ProgressMonitor>();
+  auto index = vorn::make_handle<vorn::ProgressMonitor>();
   vorn::MultipleProgressMonitor both({load, index});
   {
     vorn::TextProgressDisplay bar(both, std::cout, "loading and indexing");
     process(*load, 300);
+    vorn::VornLog::start_info_line() << "loaded 300 records";
+    vorn::VornLog::end_info_line();
     process(*index, 700);
   }
   std::cout << "combined: " << both.progress() << " of " << both.steps() << " (" << both.percentage() << "%)\n";

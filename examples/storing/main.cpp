@@ -1,7 +1,8 @@
 // Storing your own classes: the program behind docs/storing-classes.md, run
 // by CTest so that the guide stays true. A Sample is written to an archive
 // file and to JSON, a Measurement with a polymorphic member goes through
-// JSON, and a later version of Sample reads a file written by the first.
+// JSON, later versions of Sample read a file written by the first, and a
+// class version tells old blocks from new.
 #include <cstdio>
 #include <iostream>
 #include <sstream>
@@ -129,6 +130,28 @@ class SampleWithUnit {
   }
 };
 
+// Sample, when its values changed their unit: version 2 stores counts,
+// blocks written before (version 0, none given) stored kilo-counts.
+class SampleInCounts {
+ public:
+  std::string name;
+  std::vector<double> values;
+
+  void write(const char* tag, vorn::PersistentWriteStream& s) const {
+    vorn::PersistentWriteStream::Block block(s, tag, "Sample", 2);
+    s.write("name", name);
+    s.write("values", values);
+  }
+  void read(const char* tag, vorn::PersistentReadStreamPresence presence, vorn::PersistentReadStream& s) {
+    vorn::PersistentReadStream::Block block(s, tag, "Sample", presence);
+    s.read("name", name);
+    s.read("values", values);
+    if (block.version() < 2) {
+      for (double& v : values) v *= 1000;
+    }
+  }
+};
+
 void check(bool condition, const char* what) {
   if (!condition) throw std::runtime_error(std::string("storing example: ") + what);
 }
@@ -204,6 +227,27 @@ void evolving(const std::string& old_json) {
   std::cout << "an old file read by the newer class: '" << newer.name << "' in " << newer.unit << '\n';
 }
 
+void with_versions(const std::string& old_json) {
+  std::istringstream in(old_json);
+  vorn::JsonReadStream stream(in);
+  SampleInCounts sample;
+  stream.read("sample", sample);
+  check(sample.values[0] == 500, "an old block converted");
+
+  std::ostringstream text;
+  {
+    vorn::JsonWriteStream out(text);
+    out.write("sample", sample);
+    out.close();
+  }
+  std::cout << "version 2: " << text.str() << '\n';
+  std::istringstream again(text.str());
+  vorn::JsonReadStream newer(again);
+  SampleInCounts back;
+  newer.read("sample", back);
+  check(back.values == sample.values, "a version 2 block read as it is");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -214,6 +258,7 @@ int main(int argc, char** argv) {
     const std::string json = in_json(sample);
     with_a_polymorphic_member(sample);
     evolving(json);
+    with_versions(json);
   } catch (const std::exception& e) {
     std::cerr << e.what() << '\n';
     return 1;

@@ -22,12 +22,12 @@ class PeakCount : public vorn::AttributeSupplier {
  public:
   vorn::THandle<vorn::Attribute> attribute(vorn::ModelItem& item) override {
     const auto* sample = dynamic_cast<const Sample*>(&item);
-    return vorn::THandle<vorn::Attribute>(new vorn::IntegerAttribute(sample != nullptr ? sample->peaks : 0));
+    return vorn::make_handle<vorn::IntegerAttribute>(sample != nullptr ? sample->peaks : 0);
   }
 };
 
 vorn::THandle<vorn::ModelItem> sample(const std::string& id, int peaks) {
-  return vorn::THandle<vorn::ModelItem>(new Sample(id, peaks));
+  return vorn::make_handle<Sample>(id, peaks);
 }
 
 }  // namespace
@@ -35,7 +35,7 @@ vorn::THandle<vorn::ModelItem> sample(const std::string& id, int peaks) {
 int main(int argc, char** argv) {
   vorn::VornLog::process_args(argc, argv);
   vorn::TreeModel model;
-  auto plate = model.insert(vorn::THandle<vorn::ModelItem>(new vorn::ModelItem(vorn::DatabaseEntryIdentifier("plate"))));
+  auto plate = model.insert(vorn::make_handle<vorn::ModelItem>(vorn::DatabaseEntryIdentifier("plate")));
   for (const auto& [id, peaks] : std::vector<std::pair<std::string, int>>{
            {"a1", 3}, {"a2", 3}, {"a3", 5}, {"a3", 5}, {"b1", 2}, {"b2", 2}}) {
     model.append_child(plate, sample(id, peaks));  // the second a3 becomes a3_1
@@ -43,7 +43,7 @@ int main(int argc, char** argv) {
   model.sort(model.top_level_begin(), model.top_level_end(), true);
   model.print(std::cout);
 
-  const vorn::THandle<vorn::AttributeSupplier> peaks(new PeakCount);
+  const vorn::THandle<vorn::AttributeSupplier> peaks = vorn::make_handle<PeakCount>();
   std::vector<vorn::TreeModelSiblingRange> runs;
   model.find_ranges_of_equivalent_siblings({peaks}, runs);
   for (const vorn::TreeModelSiblingRange& run : runs) {

@@ -37,7 +37,7 @@ class Replace : public vorn::StoredNameCommand {
  public:
   Replace(std::string& doc, std::string text) : StoredNameCommand("Replace"), doc_(doc), text_(std::move(text)) {}
   bool execute() override {
-    saved_ = vorn::THandle<vorn::MementoBase>(new Saved(doc_));
+    saved_ = vorn::make_handle<Saved>(doc_);
     doc_ = text_;
     return true;
   }
@@ -79,13 +79,13 @@ int main(int argc, char** argv) {
   processor.connect(title);
 
   auto show = [&] { std::cout << '"' << doc << "\"  undo: '" << processor.undo_name() << "'\n"; };
-  for (const char* key : {"H", "e", "l", "l", "o"}) processor.submit(vorn::THandle<vorn::Command>(new Type(doc, key)));
+  for (const char* key : {"H", "e", "l", "l", "o"}) processor.submit(vorn::make_handle<Type>(doc, key));
   show();
   processor.mark_clean();
   {
     vorn::CommandMacroBlock macro(processor, "Greet the world");
-    processor.submit(vorn::THandle<vorn::Command>(new Replace(doc, "Hello,")));
-    processor.submit(vorn::THandle<vorn::Command>(new Type(doc, " world")));
+    processor.submit(vorn::make_handle<Replace>(doc, "Hello,"));
+    processor.submit(vorn::make_handle<Type>(doc, " world"));
   }
   show();
   processor.undo();

@@ -42,6 +42,7 @@ class Append : public StoredNameCommand {
   int id() const override { return id_; }
   bool merge_with(const Command& next) override {
     text_ += static_cast<const Append&>(next).text_;
+    if (on_merge) on_merge(*this);
     return true;
   }
 
@@ -49,6 +50,7 @@ class Append : public StoredNameCommand {
   bool undoable = true;
   std::function<void()> before;
   std::function<void()> undo_hook;
+  std::function<void(Append&)> on_merge;
 
  private:
   std::string& doc_;
@@ -56,13 +58,13 @@ class Append : public StoredNameCommand {
   int id_;
 };
 
-class CommandProcessorTest : public ::testing::Test {
- protected:
-  Append* make(const std::string& text, int id = -1) { return new Append(doc, text, id); }
-  bool submit(Append* command, CommandProcessor& p) { return p.submit(THandle<Command>(command)); }
+// A document, its processor and shorthands for driving them.
+struct Desk {
+  THandle<Append> make(const std::string& text, int id = -1) { return make_handle<Append>(doc, text, id); }
+  bool submit(const THandle<Append>& command, CommandProcessor& p) { return p.submit(command); }
   bool submit(const std::string& text, int id = -1) { return submit(make(text, id), processor); }
-  void begin(const std::string& name) { processor.submit(THandle<Command>(new BeginMacroCommand(name))); }
-  void end() { processor.submit(THandle<Command>(new EndMacroCommand)); }
+  void begin(const std::string& name) { processor.submit(make_handle<BeginMacroCommand>(name)); }
+  void end() { processor.submit(make_handle<EndMacroCommand>()); }
   void expect_logic_error(const std::function<void()>& f, const char* message) {
     try {
       f();
@@ -75,6 +77,8 @@ class CommandProcessorTest : public ::testing::Test {
   std::string doc;
   CommandProcessor processor{0};
 };
+
+class CommandProcessorTest : public ::testing::Test, protected Desk {};
 
 TEST_F(CommandProcessorTest, UndoRedoAndFailures) {
   EXPECT_FALSE(processor.undo());
@@ -90,10 +94,10 @@ TEST_F(CommandProcessorTest, UndoRedoAndFailures) {
   EXPECT_EQ(processor.position(), 1);
 
   // Failed commands are not recorded and keep the redo side.
-  Append* failing = make("f");
+  const THandle<Append> failing = make("f");
   failing->fail = true;
   EXPECT_FALSE(submit(failing, processor));
-  Append* throwing = make("t");
+  const THandle<Append> throwing = make("t");
   throwing->before = [] { throw std::runtime_error("disk full"); };
   EXPECT_THROW(submit(throwing, processor), std::runtime_error);
   EXPECT_THROW(processor.submit(THandle<Command>()), std::runtime_error);
@@ -105,7 +109,7 @@ TEST_F(CommandProcessorTest, UndoRedoAndFailures) {
   EXPECT_FALSE(processor.can_redo());
 
   // A step whose undo throws stays where it was.
-  Append* fragile = make("y");
+  const THandle<Append> fragile = make("y");
   fragile->undo_hook = [] { throw std::runtime_error("cannot"); };
   submit(fragile, processor);
   EXPECT_THROW(processor.undo(), std::runtime_error);
@@ -128,11 +132,11 @@ TEST_F(CommandProcessorTest, MergingTheBoundAndClearing) {
 
   submit("a");
   processor.mark_clean();
-  processor.submit(THandle<Command>(new ClearHistoryCommand));
+  processor.submit(make_handle<ClearHistoryCommand>());
   EXPECT_EQ(processor.history_size(), 0);
   EXPECT_TRUE(processor.is_clean()) << "clearing the history changes no data";
   submit("b");
-  Append* irreversible = make("c");
+  const THandle<Append> irreversible = make("c");
   irreversible->undoable = false;
   submit(irreversible, processor);
   EXPECT_EQ(processor.history_size(), 0);
@@ -167,7 +171,7 @@ TEST_F(CommandProcessorTest, MacrosNestAndUndoAsOneStep) {
   {
     CommandMacroBlock macro(processor, "Three");
     submit("x");
-    Append* fragile = make("y");
+    const THandle<Append> fragile = make("y");
     fragile->undo_hook = [] { throw std::runtime_error("stuck"); };
     submit(fragile, processor);
     submit("z");
@@ -240,7 +244,7 @@ TEST_F(CommandProcessorTest, ObserversFollowAndNobodyReenters) {
   };
   submit("b");
   recorder.on_update = nullptr;
-  Append* reentrant = make("c");
+  const THandle<Append> reentrant = make("c");
   reentrant->before = [&] { submit("nested"); };
   expect_logic_error([&] { submit(reentrant, processor); },
                      "CommandProcessor::submit: another operation is in progress");
@@ -277,6 +281,163 @@ TEST_F(CommandProcessorTest, TracesEveryStepAtLevelTwo) {
             "DEBUG 2: CommandProcessor::drop 'Append a'\n"
             "DEBUG 2: CommandProcessor::undo 'Append c'\n"
             "DEBUG 2: CommandProcessor::redo 'Append c'\n");
+}
+
+// Counts notifications and notes what an Edit menu would show at each.
+struct MenuWatcher : Observer {
+  explicit MenuWatcher(CommandProcessor& p) : processor(p) { processor.connect(*this); }
+  ~MenuWatcher() override { processor.disconnect(*this); }
+  void update(Subject*, const Observer::UpdateFlags& flags) override {
+    ++updates;
+    clean_flips += flags.test(CommandProcessor::clean_state_changed) ? 1 : 0;
+    names += "[" + processor.undo_name() + "]";
+  }
+  CommandProcessor& processor;
+  int updates = 0;
+  int clean_flips = 0;
+  std::string names;
+};
+
+TEST_F(CommandProcessorTest, ObserversHearOfAMacroOnceWhenItCloses) {
+  const struct {
+    const char* name;
+    std::function<void(Desk&)> run;
+    int updates;
+    int clean_flips;
+    std::string names;
+  } cases[] = {
+      {"three commands",
+       [](Desk& t) {
+         t.begin("Outer");
+         t.submit("a");
+         t.submit("b");
+         t.submit("c");
+         t.end();
+       },
+       1, 1, "[Outer]"},
+      {"nested macros",
+       [](Desk& t) {
+         t.begin("Outer");
+         t.submit("a");
+         t.begin("Inner");
+         t.submit("b");
+         t.end();
+         t.submit("c");
+         t.end();
+       },
+       1, 1, "[Outer]"},
+      {"a failing member",
+       [](Desk& t) {
+         t.begin("Outer");
+         const THandle<Append> failing = t.make("f");
+         failing->fail = true;
+         t.submit(failing, t.processor);
+         t.submit("a");
+         t.end();
+       },
+       1, 1, "[Outer]"},
+      {"an empty macro",
+       [](Desk& t) {
+         t.begin("Empty");
+         t.end();
+       },
+       1, 0, "[]"},
+      {"a macro after a step",
+       [](Desk& t) {
+         t.submit("a");
+         t.begin("M");
+         t.submit("b");
+         t.end();
+       },
+       2, 1, "[Append a][M]"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    Desk fresh;
+    MenuWatcher watcher(fresh.processor);
+    c.run(fresh);
+    EXPECT_EQ(watcher.updates, c.updates);
+    EXPECT_EQ(watcher.clean_flips, c.clean_flips);
+    EXPECT_EQ(watcher.names, c.names);
+  }
+}
+
+TEST_F(CommandProcessorTest, ObsoleteStepsAreDroppedFromTheHistory) {
+  const struct {
+    const char* name;
+    std::function<void(Desk&)> run;
+    std::string doc;
+    int history_size;
+    int position;
+    bool clean;
+  } cases[] = {
+      {"obsolete before undo: dropped without undoing",
+       [](Desk& t) {
+         t.submit("a");
+         const THandle<Append> b = t.make("b");
+         t.submit(b, t.processor);
+         b->set_obsolete(true);
+         EXPECT_TRUE(t.processor.undo());
+       },
+       "ab", 1, 1, false},
+      {"obsolete while undoing: undone, then dropped",
+       [](Desk& t) {
+         t.submit("a");
+         const THandle<Append> b = t.make("b");
+         b->undo_hook = [raw = b.unhand()] { raw->set_obsolete(true); };
+         t.submit(b, t.processor);
+         t.processor.undo();
+       },
+       "a", 1, 1, false},
+      {"obsolete at redo: dropped without redoing",
+       [](Desk& t) {
+         t.submit("a");
+         const THandle<Append> b = t.make("b");
+         t.submit(b, t.processor);
+         t.processor.undo();
+         b->set_obsolete(true);
+         EXPECT_TRUE(t.processor.redo());
+       },
+       "a", 1, 1, false},
+      {"obsolete after execute: never recorded",
+       [](Desk& t) {
+         t.submit("a");
+         const THandle<Append> b = t.make("b");
+         b->before = [raw = b.unhand()] { raw->set_obsolete(true); };
+         EXPECT_TRUE(t.submit(b, t.processor));
+       },
+       "ab", 1, 1, false},
+      {"a merge that cancels out: the clean state before it holds",
+       [](Desk& t) {
+         t.submit("a");
+         t.processor.mark_clean();
+         const THandle<Append> b = t.make("b", 5);
+         b->on_merge = [](Append& self) { self.set_obsolete(true); };
+         t.submit(b, t.processor);
+         t.submit("c", 5);
+       },
+       "abc", 1, 1, true},
+      {"dropping a step the clean state included",
+       [](Desk& t) {
+         t.submit("a");
+         const THandle<Append> b = t.make("b");
+         t.submit(b, t.processor);
+         t.processor.mark_clean();
+         t.processor.undo();
+         b->set_obsolete(true);
+         t.processor.redo();
+       },
+       "a", 1, 1, false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    Desk fresh;
+    c.run(fresh);
+    EXPECT_EQ(fresh.doc, c.doc);
+    EXPECT_EQ(fresh.processor.history_size(), c.history_size);
+    EXPECT_EQ(fresh.processor.position(), c.position);
+    EXPECT_EQ(fresh.processor.is_clean(), c.clean);
+  }
 }
 
 }  // namespace

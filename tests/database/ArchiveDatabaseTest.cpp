@@ -22,6 +22,7 @@
 
 #include <gtest/gtest.h>
 
+#include "database/TempDirectory.h"
 #include "vorn/database/DatabaseEntry.h"
 #include "vorn/database/database_error.h"
 
@@ -32,23 +33,7 @@ using Entry = DatabaseEntry<std::string>;
 using Db = ArchiveDatabase<Entry>;
 using Id = DatabaseEntryIdentifier;
 
-// A fresh directory, removed with its content at the end of the scope.
-struct TempDirectory {
-  ~TempDirectory() { std::filesystem::remove_all(path); }
-  std::string file(const std::string& name) const { return path + "/" + name; }
-  std::string read(const std::string& name) const {
-    std::ifstream in(file(name), std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  }
-  void write(const std::string& name, const std::string& content) const {
-    std::ofstream(file(name), std::ios::binary | std::ios::trunc) << content;
-  }
-  bool exists(const std::string& name) const { return std::filesystem::exists(file(name)); }
-  std::string path = [] {
-    char name[] = "/tmp/vorn_db_test_XXXXXX";
-    return std::string(::mkdtemp(name));
-  }();
-};
+using test::TempDirectory;
 
 THandle<Entry> make_entry(const std::string& id, const std::string& data) {
   return THandle<Entry>(new Entry(Id(id), THandle<std::string>(new std::string(data))));

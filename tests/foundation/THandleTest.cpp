@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <stdexcept>
+#include <string>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -80,7 +82,7 @@ TEST_F(THandleTest, NullHandlesOwnNothingAndRefuseAccess) {
 
 TEST_F(THandleTest, HandlesAreKeysOrderedByAddress) {
   std::vector<THandle<Tracked>> objects;
-  for (int i = 0; i < 8; ++i) objects.emplace_back(new Tracked);
+  for (int i = 0; i < 8; ++i) objects.push_back(make_handle<Tracked>());
   std::map<THandle<Tracked>, int> keyed;
   for (int i = 0; i < 8; ++i) keyed[objects[i]] = i;
   keyed[THandle<Tracked>(objects[3])] = 33;
@@ -97,7 +99,7 @@ TEST_F(THandleTest, HandlesAreKeysOrderedByAddress) {
 }
 
 TEST_F(THandleTest, WeakReferencesOutliveTheObject) {
-  THandle<Derived> owner(new Derived);
+  THandle<Derived> owner = make_handle<Derived>();
   HandleCommon::UseCount* block = owner.count_block();
   TWeakHandle<Tracked> weak(owner);
   TWeakHandle<Tracked> copy = weak;
@@ -112,6 +114,54 @@ TEST_F(THandleTest, WeakReferencesOutliveTheObject) {
   EXPECT_TRUE(weak.expired());
   EXPECT_EQ(weak.lock().unhand(), nullptr);
   EXPECT_TRUE(TWeakHandle<Tracked>().expired());
+}
+
+// An aggregate, a class with a constructor and one whose constructor throws.
+struct Point : Tracked {
+  Point(double x_, double y_) : x(x_), y(y_) {}
+  double x, y;
+};
+struct Pair {
+  int first;
+  std::string second;
+};
+struct Refuses : Tracked {
+  explicit Refuses(int n) {
+    if (n < 0) throw std::invalid_argument("Refuses: negative");
+  }
+};
+
+TEST_F(THandleTest, MakeHandleBuildsTheObjectAndOwnsIt) {
+  const THandle<Point> point = make_handle<Point>(1.5, -2.0);
+  EXPECT_EQ(point->x, 1.5);
+  EXPECT_EQ(point->y, -2.0);
+  EXPECT_EQ(point.count_block()->strong_count(), 1);
+
+  const THandle<Pair> pair = make_handle<Pair>(3, "three");
+  EXPECT_EQ(pair->first, 3);
+  EXPECT_EQ(pair->second, "three");
+
+  const THandle<Tracked> base = make_handle<Derived>();
+  EXPECT_EQ(handle_dynamic_cast<Derived>(base)->value, 7);
+  EXPECT_EQ(Tracked::alive, 2);
+
+  EXPECT_THROW(make_handle<Refuses>(-1), std::invalid_argument);
+  EXPECT_EQ(Tracked::alive, 2) << "a throwing constructor leaves nothing behind";
+}
+
+TEST_F(THandleTest, AdoptsAUniquePointer) {
+  std::unique_ptr<Derived> unique = std::make_unique<Derived>();
+  Derived* const object = unique.get();
+  THandle<Tracked> adopted(std::move(unique));
+  EXPECT_EQ(unique, nullptr);  // NOLINT(bugprone-use-after-move)
+  EXPECT_TRUE(adopted == object);
+  EXPECT_EQ(strong(adopted), 1);
+
+  const THandle<Tracked> empty(std::unique_ptr<Tracked>{});
+  EXPECT_EQ(empty.count_block(), nullptr) << "an empty unique_ptr gives a null handle";
+
+  adopted = THandle<Tracked>();
+  EXPECT_EQ(Tracked::alive, 0);
 }
 
 }  // namespace

@@ -81,27 +81,36 @@ TEST_F(VornLogTest, LinePrefixesDestinationsAndDebugGating) {
 
 TEST_F(VornLogTest, ProcessArgsStripsAndAppliesLogOptions) {
   const std::string bad_level = "WARNING: Invalid or missing numeric value for option '-loglevel'\n";
+  const std::string bad_minimum = "WARNING: Invalid or missing numeric value for option '-minloglevel'\n";
   struct {
+    const char* name;
     std::vector<std::string> args, kept;
     int level, minimum;
     std::string warnings;
   } cases[] = {
-      {{"p", "-loglevel", "2", "data", "-x"}, {"p", "data", "-x"}, 2, 0, ""},
-      {{"p", "-minloglevel", "1", "-loglevel", "5", "-loglevel", "4"}, {"p"}, 4, 1, ""},
-      {{"p", "-loglevel", "words"}, {"p"}, 0, 0, ""},
-      {{"p", "-loglevel"}, {"p"}, 0, 0, bad_level},
-      {{"p", "-loglevel", "", "x"}, {"p", "x"}, 0, 0, bad_level},
-      {{"p", "a", "-minloglevel"}, {"p", "a"}, 0, 0,
-       "WARNING: Invalid or missing numeric value for option '-minloglevel'\n"},
-      {{"p", "-logfile"}, {"p"}, 0, 0, "WARNING: Invalid or missing filename for option '-logfile'\n"},
-      {{"p", "-appendlogfile"}, {"p"}, 0, 0, "WARNING: Invalid or missing filename for option '-appendlogfile'\n"},
-      {{"p", "-logfile", "/no-such-dir/x.log", "y"}, {"p", "y"}, 0, 0,
+      {"level applied, others kept", {"p", "-loglevel", "2", "data", "-x"}, {"p", "data", "-x"}, 2, 0, ""},
+      {"later option wins", {"p", "-minloglevel", "1", "-loglevel", "5", "-loglevel", "4"}, {"p"}, 4, 1, ""},
+      {"signed levels", {"p", "-loglevel", "-2", "-minloglevel", "+1"}, {"p"}, -2, 1, ""},
+      {"a word reads as level 0, unwarned", {"p", "-loglevel", "words"}, {"p"}, 0, 0, ""},
+      {"a later word resets an earlier level", {"p", "-loglevel", "3", "-loglevel", "abc", "x"}, {"p", "x"}, 0, 0,
+       ""},
+      {"trailing letters are ignored", {"p", "-loglevel", "2x"}, {"p"}, 2, 0, ""},
+      {"a leading blank is skipped", {"p", "-loglevel", " 2"}, {"p"}, 2, 0, ""},
+      {"a fraction keeps its whole part", {"p", "-minloglevel", "1.5"}, {"p"}, 0, 1, ""},
+      {"level missing", {"p", "-loglevel"}, {"p"}, 0, 0, bad_level},
+      {"empty level consumed", {"p", "-loglevel", "", "x"}, {"p", "x"}, 0, 0, bad_level},
+      {"minimum missing", {"p", "a", "-minloglevel"}, {"p", "a"}, 0, 0, bad_minimum},
+      {"log file missing", {"p", "-logfile"}, {"p"}, 0, 0,
+       "WARNING: Invalid or missing filename for option '-logfile'\n"},
+      {"append file missing", {"p", "-appendlogfile"}, {"p"}, 0, 0,
+       "WARNING: Invalid or missing filename for option '-appendlogfile'\n"},
+      {"log file cannot be made", {"p", "-logfile", "/no-such-dir/x.log", "y"}, {"p", "y"}, 0, 0,
        "WARNING: Could not create log file: /no-such-dir/x.log\n"},
-      {{"p"}, {"p"}, 0, 0, ""},
-      {{}, {"(null)"}, 0, 0, ""},
+      {"program name alone", {"p"}, {"p"}, 0, 0, ""},
+      {"argc 0", {}, {"(null)"}, 0, 0, ""},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.args.empty() ? "argc 0" : c.args.back());
+    SCOPED_TRACE(c.name);
     err_.str("");
     VornLog::set_level(0);
     VornLog::set_minimum_level(0);
@@ -142,8 +151,8 @@ TEST(VornAssertTest, HandlerReplacesTheFatalExitUntilReset) {
     }
     std::ostringstream record;
   };
-  auto* recorder = new Recorder;
-  VornAssert::set_assertion_handler(THandle<VornAssert::AssertionHandler>(recorder));
+  const THandle<Recorder> recorder = make_handle<Recorder>();
+  VornAssert::set_assertion_handler(recorder);
   const int line = __LINE__ + 1;
   VORN_ASSERT(1 + 1 == 3);
   VORN_ASSERT(2 + 2 == 4);

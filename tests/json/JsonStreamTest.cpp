@@ -92,6 +92,7 @@ void expect_limits_round_trip(const char* type) {
 
 TEST(JsonPrimitives, IntegersRoundTripAtTheirLimits) {
   expect_limits_round_trip<char>("char");
+  expect_limits_round_trip<signed char>("signed char");
   expect_limits_round_trip<unsigned char>("unsigned char");
   expect_limits_round_trip<short>("short");
   expect_limits_round_trip<unsigned short>("unsigned short");
@@ -99,6 +100,8 @@ TEST(JsonPrimitives, IntegersRoundTripAtTheirLimits) {
   expect_limits_round_trip<unsigned int>("unsigned int");
   expect_limits_round_trip<long>("long");
   expect_limits_round_trip<unsigned long>("unsigned long");
+  expect_limits_round_trip<long long>("long long");
+  expect_limits_round_trip<unsigned long long>("unsigned long long");
   EXPECT_TRUE(round_trip(true));
   EXPECT_FALSE(round_trip(false));
 }
@@ -144,10 +147,10 @@ TEST(JsonPrimitives, DocumentedTextForms) {
   const Case cases[] = {
       {"a char is its number", json_of('A'), R"({"v":65})"},
       {"bool", json_of(true), R"({"v":true})"},
-      {"long minimum", json_of(std::numeric_limits<long>::min()),
-       "{\"v\":" + std::to_string(std::numeric_limits<long>::min()) + "}"},
-      {"unsigned long maximum", json_of(std::numeric_limits<unsigned long>::max()),
-       "{\"v\":" + std::to_string(std::numeric_limits<unsigned long>::max()) + "}"},
+      {"signed char", json_of(static_cast<signed char>(-128)), R"({"v":-128})"},
+      {"long long minimum", json_of(std::numeric_limits<long long>::min()), R"({"v":-9223372036854775808})"},
+      {"unsigned long long maximum", json_of(std::numeric_limits<unsigned long long>::max()),
+       R"({"v":18446744073709551615})"},
       {"shortest double", json_of(0.1), R"({"v":0.1})"},
       {"shortest float", json_of(0.1f), R"({"v":0.1})"},
       {"long double keeps its digits", json_of(1.0L / 3), R"({"v":"0.33333333333333333334"})"},
@@ -342,6 +345,39 @@ TEST(JsonEvolution, OldFilesReadIntoAClassThatGainedAndLostFields) {
   const ItemV2 back = read_json<ItemV2>(json_of(ItemV1{"lamp", 7}, "item"), "item");
   EXPECT_EQ(back.name, "lamp");
   EXPECT_EQ(back.colour, "black");
+}
+
+struct Versioned {
+  unsigned int version_written = 0;
+  unsigned int version_read = 0;
+  void write(const char* tag, PersistentWriteStream& s) const {
+    PersistentWriteStream::Block block(s, tag, "Versioned", version_written);
+  }
+  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) {
+    PersistentReadStream::Block block(s, tag, "Versioned", presence);
+    version_read = block.version();
+  }
+};
+
+TEST(JsonEvolution, BlocksCarryTheirClassVersion) {
+  struct Case {
+    const char* name;
+    unsigned int version;
+    std::string want_json;
+  };
+  const Case cases[] = {
+      {"no version given", 0, R"({"b":{"$type":"Versioned"}})"},
+      {"version 3", 3, R"({"b":{"$type":"Versioned","$version":3}})"},
+      {"largest version", 4294967295u, R"({"b":{"$type":"Versioned","$version":4294967295}})"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const std::string json = json_of(Versioned{c.version, 0}, "b");
+    EXPECT_EQ(json, c.want_json);
+    EXPECT_EQ(read_json<Versioned>(json, "b").version_read, c.version);
+  }
+  EXPECT_EQ(error_of([] { read_json<Versioned>(R"({"b":{"$type":"Versioned","$version":-1}})", "b"); }),
+            "JsonReadStream::read: '$version' holds -1, not an unsigned int");
 }
 
 TEST(JsonEvolution, MissingItems) {

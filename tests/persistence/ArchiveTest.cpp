@@ -8,15 +8,18 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <list>
 #include <stdexcept>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "persistence/TempFile.h"
+#include "vorn/io/MemoryDevice.h"
 #include "vorn/persistence/VersionedArchive.h"
 
 namespace vorn {
@@ -28,12 +31,13 @@ using ::testing::ElementsAreArray;
 using ::testing::ThrowsMessage;
 
 Bytes written_bytes(unsigned int format, const std::function<void(Archive&)>& write) {
-  TempFile file;
+  MemoryDevice memory;
   {
-    Archive archive(file.name(), Archive::WRITE | format);
+    Archive archive(memory, Archive::WRITE | format);
     write(archive);
   }
-  return file.bytes();
+  const std::string bytes = memory.take();
+  return {bytes.begin(), bytes.end()};
 }
 
 TEST(ArchiveEncoding, EachTypeHasItsDocumentedBytes) {
@@ -41,12 +45,12 @@ TEST(ArchiveEncoding, EachTypeHasItsDocumentedBytes) {
                             [](Archive& a) {
                               a << 'A' << static_cast<unsigned char>(0xFE) << true << false << static_cast<short>(-2)
                                 << static_cast<unsigned short>(0x1234) << 1 << INT_MIN << 0xDEADBEEFu << -1L
-                                << static_cast<unsigned long>(0x100000002ULL) << 1.0f << -2.0 << 1.0L << -3.0L;
+                                << 0xFFFFFFFEUL << 1.0f << -2.0 << 1.0L << -3.0L;
                             }),
               ElementsAreArray(Bytes{0x41, 0xFE, 0x01, 0x00, 0xFF, 0xFE, 0x12, 0x34,  // char .. unsigned short
                                      0x00, 0x00, 0x00, 0x01, 0x80, 0x00, 0x00, 0x00,  // 1, INT_MIN
                                      0xDE, 0xAD, 0xBE, 0xEF, 0xFF, 0xFF, 0xFF, 0xFF,  // unsigned int, long -1
-                                     0x00, 0x00, 0x00, 0x02, 0x3F, 0x80, 0x00, 0x00,  // low 32 bits of unsigned long (all of it on i386), 1.0f
+                                     0xFF, 0xFF, 0xFF, 0xFE, 0x3F, 0x80, 0x00, 0x00,  // largest-but-one unsigned long, 1.0f
                                      0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,  // -2.0
                                      0x00, 0x00, 0x3F, 0xFF, 0x80, 0, 0, 0, 0, 0, 0, 0,  // 1.0L
                                      0x00, 0x00, 0xC0, 0x00, 0xC0, 0, 0, 0, 0, 0, 0, 0}));  // -3.0L
@@ -80,14 +84,19 @@ TEST(ArchiveEncoding, PortableDoubleWordsFollowFromTheIeeeImage) {
 }
 
 TEST(ArchiveEncoding, PortableReadBackAndRefusals) {
-  TempFile file;
+  MemoryDevice memory;
   {
-    Archive out(file.name(), Archive::WRITE | Archive::PORTABLE_FORMAT);
+    Archive out(memory, Archive::WRITE | Archive::PORTABLE_FORMAT);
     EXPECT_THROW(out << std::numeric_limits<double>::infinity(), std::invalid_argument);
     EXPECT_THROW(out << std::numeric_limits<float>::quiet_NaN(), std::invalid_argument);
+    EXPECT_THAT([&] { out << std::numeric_limits<float>::max(); },
+                ThrowsMessage<std::invalid_argument>(
+                    "Archive::operator<<: 3.40282e+38 has no portable floating-point form"));
+    EXPECT_THROW(out << std::numeric_limits<long double>::max(), std::invalid_argument);
     out << 1.0L / 3 << -0.0 << -0.0f;
   }
-  Archive in(file.name(), Archive::READ | Archive::PORTABLE_FORMAT);
+  MemoryDevice input(memory.take());
+  Archive in(input, Archive::READ | Archive::PORTABLE_FORMAT);
   std::tuple<long double, double, float> read{0, 1, 1};
   in >> std::get<0>(read) >> std::get<1>(read) >> std::get<2>(read);
   EXPECT_EQ(read, std::make_tuple(static_cast<long double>(static_cast<double>(1.0L / 3)), 0.0, 0.0f));
@@ -95,26 +104,43 @@ TEST(ArchiveEncoding, PortableReadBackAndRefusals) {
   EXPECT_TRUE(in.at_end());
 }
 
+// Both devices end the same way: the bytes that are there, then zeros.
 TEST(ArchiveShortReads, DetectableZeroFilledAndClearedByReopening) {
+  const unsigned char two_bytes[] = {0x12, 0x34};
   TempFile file;
   file.set_bytes({0x12, 0x34});
-  Archive in(file.name(), Archive::READ);
-  EXPECT_EQ(in.bytes_remaining(), 2u);
-  int value = -1;
-  in >> value;
-  EXPECT_EQ(value, 0x12340000);  // the two bytes that were there, then zeros
-  EXPECT_TRUE(in.failed());
-  EXPECT_TRUE(in.at_end());
-  std::tuple<char, bool, double, long double> more{'q', true, 1, 1};
-  in >> std::get<0>(more) >> std::get<1>(more) >> std::get<2>(more) >> std::get<3>(more);
-  EXPECT_EQ(more, std::make_tuple('q', true, 0.0, 0.0L));  // the 1-byte types keep their values
-  std::vector<int> run(3, 7);
-  EXPECT_EQ(in.read_array(run.data(), run.size()), 0u);
-  EXPECT_EQ(run, std::vector<int>(3, 0));
+  std::list<MemoryDevice> memory;  // a fresh device for each opening, at a stable address
+  const std::function<void(Archive&)> open_file = [&](Archive& a) { a.open(file.name(), Archive::READ); };
+  const std::function<void(Archive&)> open_memory = [&](Archive& a) {
+    a.open(memory.emplace_back(two_bytes, sizeof two_bytes), Archive::READ);
+  };
+  for (const auto& [name, reopen] : {std::pair("file", open_file), std::pair("memory", open_memory)}) {
+    SCOPED_TRACE(name);
+    Archive in(file.name(), Archive::READ);
+    reopen(in);
+    EXPECT_EQ(in.bytes_remaining(), 2u);
+    int value = -1;
+    in >> value;
+    EXPECT_EQ(value, 0x12340000);  // the two bytes that were there, then zeros
+    EXPECT_TRUE(in.failed());
+    EXPECT_EQ(in.last_error(), 0);  // the end is not a failure of the device
+    EXPECT_TRUE(in.at_end());
+    std::tuple<char, bool, double, long double> more{'q', true, 1, 1};
+    in >> std::get<0>(more) >> std::get<1>(more) >> std::get<2>(more) >> std::get<3>(more);
+    EXPECT_EQ(more, std::make_tuple('q', true, 0.0, 0.0L));  // the 1-byte types keep their values
+    std::vector<int> run(3, 7);
+    EXPECT_EQ(in.read_array(run.data(), run.size()), 0u);
+    EXPECT_EQ(run, std::vector<int>(3, 0));
+    std::vector<long double> wide(3, 7);
+    EXPECT_EQ(in.read_array(wide.data(), wide.size()), 0u);
+    EXPECT_EQ(wide, std::vector<long double>(3, 0));
 
-  in.open(file.name(), Archive::READ);
-  EXPECT_FALSE(in.failed());
-  EXPECT_EQ(in.bytes_remaining(), 2u);
+    in.close();
+    EXPECT_TRUE(in.failed());  // until the next open
+    reopen(in);
+    EXPECT_FALSE(in.failed());
+    EXPECT_EQ(in.bytes_remaining(), 2u);
+  }
 }
 
 TEST(ArchiveOpen, ModesFailuresReopeningAndClosing) {
@@ -154,20 +180,21 @@ TEST(ArchiveOpen, ModesFailuresReopeningAndClosing) {
 }
 
 TEST(VersionedArchive, VersionIsSixUntilTheReaderSetsIt) {
-  TempFile file;
+  MemoryDevice memory;
   {
-    VersionedArchive out(file.name(), Archive::WRITE);
+    VersionedArchive out(memory, Archive::WRITE);
     out << out.file_version;
   }
-  EXPECT_EQ(file.bytes(), (Bytes{0, 0, 0, 6}));  // the class itself writes nothing else
-  file.set_bytes({0, 0, 0, 4});
-  VersionedArchive in(file.name(), Archive::READ);
+  EXPECT_EQ(memory.take(), std::string("\0\0\0\x06", 4));  // the class itself writes nothing else
+  const unsigned char four[] = {0, 0, 0, 4};
+  MemoryDevice file(four, sizeof four);
+  VersionedArchive in(file, Archive::READ);
   in >> in.file_version;
   const Archive& as_archive = in;
   EXPECT_TRUE(VersionedArchive::is_versioned(as_archive));
   EXPECT_EQ(VersionedArchive::version(as_archive), 4);
 
-  Archive plain(file.name(), Archive::READ);
+  Archive plain(file, Archive::READ);
   EXPECT_FALSE(VersionedArchive::is_versioned(plain));
   EXPECT_THAT([&] { VersionedArchive::version(plain); },
               ThrowsMessage<std::runtime_error>("VersionedArchive::version() - file is not versioned"));

@@ -1,4 +1,6 @@
 #include <climits>
+#include <iostream>
+#include <memory>
 #include <string>
 #include <sstream>
 #include <vector>
@@ -7,6 +9,7 @@
 
 #include "support/TestSupport.h"
 #include "vorn/foundation/THandle.h"
+#include "vorn/foundation/VornLog.h"
 #include "vorn/progress/MultipleProgressMonitor.h"
 #include "vorn/progress/ProgressMonitor.h"
 #include "vorn/progress/TextProgressDisplay.h"
@@ -74,7 +77,7 @@ TEST(ProgressMonitor, AnnouncesChangesOfPercentageUnlessStoppedOrCancelled) {
 }
 
 TEST(MultipleProgressMonitor, CombinesTheMembersPercentages) {
-  THandle<ProgressMonitor> a(new ProgressMonitor), b(new ProgressMonitor);
+  THandle<ProgressMonitor> a = make_handle<ProgressMonitor>(), b = make_handle<ProgressMonitor>();
   a->set_steps(2);
   b->set_steps(4);
   {
@@ -132,6 +135,71 @@ TEST(TextProgressDisplay, RedrawsABarOnATerminalAndWritesLinesElsewhere) {
     drive(monitor, "c p-1 p-30");  // -30 is in the same tenth as -1
   }
   EXPECT_EQ(out.str(), "  0%\n 10%\n 20%\n 30%\n 40%\n 50%\n 60%\n 70%\n 80%\n 90%\n100%\n -1%\n");
+}
+
+// Log lines written while a terminal bar shows: the bar is erased, the line
+// written from the left edge and the bar drawn again below it.
+TEST(TextProgressDisplay, MakesWayForLogLinesOnItsTerminal) {
+  testing::ScopedStreamCapture err(std::cerr);
+  ProgressMonitor monitor;
+  const std::string half = "\rimport [##########          ]  50%";
+  const std::string erase = "\r" + std::string(half.size() - 1, ' ') + "\r";
+  {
+    TextProgressDisplay bar(monitor, std::cerr, "import", Mode::terminal);
+    EXPECT_EQ(VornLog::status_line(), &bar);
+    monitor.set_steps(4);
+    monitor.set_progress(2);
+    VornLog::start_warning_line() << "sample 17 has no peaks";
+    VornLog::end_warning_line();
+    VornLog::start_error_line() << "sample 18 unreadable";
+    VornLog::end_error_line();
+    monitor.set_progress(4);
+    VornLog::start_warning_line() << "done";  // the bar has ended its line
+    VornLog::end_warning_line();
+  }
+  EXPECT_EQ(VornLog::status_line(), nullptr) << "the bar unregisters itself";
+  EXPECT_EQ(err.text(), "\rimport [                    ]   0%" + half + erase + "WARNING: sample 17 has no peaks\n" + half +
+                            erase + "ERROR: sample 18 unreadable\n" + half +
+                            "\rimport [####################] 100%\nWARNING: done\n");
+}
+
+TEST(TextProgressDisplay, TheLatestBarIsTheOneLogLinesMakeWayFor) {
+  ProgressMonitor monitor;
+  std::ostringstream screen;
+  auto outer = std::make_unique<TextProgressDisplay>(monitor, screen, "outer", Mode::terminal);
+  {
+    TextProgressDisplay inner(monitor, screen, "inner", Mode::terminal);
+    EXPECT_EQ(VornLog::status_line(), &inner);
+    outer.reset();  // displays may go in any order
+    EXPECT_EQ(VornLog::status_line(), &inner);
+  }
+  EXPECT_EQ(VornLog::status_line(), nullptr);
+}
+
+TEST(TextProgressDisplay, LeavesLogLinesForOtherOutputsAlone) {
+  const struct {
+    const char* name;
+    Mode mode;
+    bool on_log_stream;
+    std::string log;
+  } cases[] = {
+      {"a bar on another stream", Mode::terminal, false, "WARNING: w\n"},
+      {"plain lines on the same stream", Mode::plain, true, "  0%\n 25%\nWARNING: w\n"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    testing::ScopedStreamCapture err(std::cerr);
+    std::ostringstream screen;
+    ProgressMonitor monitor;
+    {
+      TextProgressDisplay bar(monitor, c.on_log_stream ? static_cast<std::ostream&>(std::cerr) : screen, "", c.mode);
+      monitor.set_steps(4);
+      monitor.set_progress(1);
+      VornLog::start_warning_line() << "w";
+      VornLog::end_warning_line();
+    }
+    EXPECT_EQ(err.text(), c.log);
+  }
 }
 
 }  // namespace

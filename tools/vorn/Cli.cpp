@@ -43,6 +43,29 @@ std::string read_file(const std::string& path) {
   }
 }
 
+std::string shown(const std::string& text) {
+  constexpr std::size_t limit = 80;
+  std::string out;
+  for (std::size_t i = 0; i < text.size() && i < limit; ++i) {
+    if (text[i] == '\0') {
+      out += "\\0";
+    } else {
+      out += text[i];
+    }
+  }
+  if (text.size() > limit) out += "...";
+  return out;
+}
+
+std::string open_failure_reason(const std::string& path) {
+  try {
+    FileSystem::current().open(path, OpenOptions());
+  } catch (const FileError& e) {
+    return std::strerror(e.error());
+  }
+  return "";
+}
+
 void write_stdout(const std::string& bytes) {
   std::cout.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   std::cout.flush();

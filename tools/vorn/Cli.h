@@ -41,6 +41,14 @@ class Arguments {
 // tool go through vorn::replace_file_atomically.
 std::string read_file(const std::string& path);
 
+// `text` as messages quote a bad line or identifier: at most the first 80
+// bytes, then "..." when cut; a zero byte shows as \0.
+std::string shown(const std::string& text);
+
+// The system's reason (strerror text) why `path` cannot be opened for
+// reading through the file layer, or "" when it can.
+std::string open_failure_reason(const std::string& path);
+
 // Writes `bytes` to standard output and flushes; throws when that fails.
 void write_stdout(const std::string& bytes);
 

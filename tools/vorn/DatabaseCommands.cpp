@@ -18,8 +18,10 @@
 #include "vorn/database/ArchiveDatabase.h"
 #include "vorn/database/DatabaseEntry.h"
 #include "vorn/database/DatabaseEntryIdentifier.h"
+#include "vorn/database/database_error.h"
 #include "vorn/foundation/StringFunctions.h"
 #include "vorn/io/FileFunctions.h"
+#include "vorn/io/FileSystem.h"
 #include "vorn/progress/ProgressMonitor.h"
 #include "vorn/progress/TextProgressDisplay.h"
 
@@ -48,11 +50,24 @@ Location take_location(Arguments& args) {
 }
 
 // Opens an existing database; a missing index is an error here, since the
-// library would silently present an empty database.
+// library would silently present an empty database. An over-long index line
+// is quoted in part only.
 std::unique_ptr<TextDatabase> open_existing(const Location& where, unsigned int mode) {
   const std::string index = TextDatabase::index_file_path(where.directory, where.name);
-  if (!fs::is_regular_file(index)) throw std::runtime_error("no database '" + where.name + "' in '" + where.directory + "'");
-  return std::make_unique<TextDatabase>(where.directory, where.name, mode);
+  const std::string reason = open_failure_reason(index);
+  if (!reason.empty()) {
+    throw std::runtime_error("no database '" + where.name + "' in '" + where.directory + "': " + index + ": " + reason);
+  }
+  try {
+    return std::make_unique<TextDatabase>(where.directory, where.name, mode);
+  } catch (const std::invalid_argument& e) {
+    const std::string what = e.what();
+    const std::string lead = "DatabaseEntryIdentifier::DatabaseEntryIdentifier: Invalid DatabaseEntryIdentifier (wrong size):";
+    if (what.compare(0, lead.size(), lead) != 0) throw;
+    throw std::runtime_error("index '" + index + "' holds a line longer than " +
+                             std::to_string(DatabaseEntryIdentifier::maximum_length_) +
+                             " bytes: " + shown(what.substr(lead.size())));
+  }
 }
 
 // The entries hold text: a zero byte would cut the entry short on reading.
@@ -160,7 +175,7 @@ int nearest(Arguments& args) {
 
 // Everything to import, read and checked before the database is touched, so
 // that a bad source changes nothing.
-std::vector<std::pair<std::string, std::string>> collect_import(const std::string& source) {
+std::vector<std::pair<std::string, std::string>> collect_import(const std::string& source, const std::string& name) {
   std::vector<std::pair<std::string, std::string>> items;  // identifier, path
   if (fs::is_directory(source)) {
     std::vector<fs::path> files;
@@ -184,7 +199,8 @@ std::vector<std::pair<std::string, std::string>> collect_import(const std::strin
       if (trim(line).empty()) continue;
       const std::size_t tab = line.find('\t');
       if (tab == std::string::npos) {
-        throw std::runtime_error("'" + source + "' line " + std::to_string(number) + ": expected identifier<TAB>path");
+        throw std::runtime_error("'" + source + "' line " + std::to_string(number) +
+                                 ": expected identifier<TAB>path: " + shown(line));
       }
       const fs::path path(line.substr(tab + 1));
       items.emplace_back(line.substr(0, tab), (path.is_absolute() ? path : base / path).string());
@@ -192,8 +208,17 @@ std::vector<std::pair<std::string, std::string>> collect_import(const std::strin
   }
   std::set<std::string> seen;
   for (const auto& item : items) {
-    const DatabaseEntryIdentifier id(item.first);  // throws for an over-long identifier
-    if (!seen.insert(id).second) throw std::runtime_error("identifier '" + item.first + "' occurs twice in '" + source + "'");
+    DatabaseEntryIdentifier id;
+    try {
+      id = DatabaseEntryIdentifier(item.first);
+    } catch (const std::invalid_argument&) {
+      throw std::runtime_error("identifier '" + shown(item.first) + "' of '" + source + "' is longer than " +
+                               std::to_string(DatabaseEntryIdentifier::maximum_length_) + " bytes");
+    }
+    TextDatabase::check_identifier(name, id);  // the database's own rules, before anything is stored
+    if (!seen.insert(id).second) {
+      throw std::runtime_error("identifier '" + shown(item.first) + "' occurs twice in '" + source + "'");
+    }
   }
   return items;
 }
@@ -203,7 +228,7 @@ int import(Arguments& args) {
   const std::string source = args.take("SOURCE");
   args.expect_end();
   const auto db = open_existing(where, Archive::READ | Archive::WRITE);
-  const auto items = collect_import(source);
+  const auto items = collect_import(source, where.name);
   std::vector<THandle<Entry>> entries;
   entries.reserve(items.size());
   for (const auto& [id, path] : items) {
@@ -224,18 +249,49 @@ int import(Arguments& args) {
   return 0;
 }
 
+// True when `inner` is `outer` or lies below it, once both are resolved.
+bool is_within(const fs::path& inner, const fs::path& outer) {
+  const fs::path a = fs::weakly_canonical(inner);
+  const fs::path b = fs::weakly_canonical(outer);
+  auto i = a.begin();
+  for (auto j = b.begin(); j != b.end(); ++j, ++i) {
+    if (j->empty()) continue;  // the empty last element of a path ending in "/"
+    if (i == a.end() || *i != *j) return false;
+  }
+  return true;
+}
+
+// Every file is checked before the first is written: a refused export
+// writes nothing.
 int export_entries(Arguments& args) {
+  const bool force = args.take_flag("--force");
   const Location where = take_location(args);
   const std::string target = args.take("TARGET");
   args.expect_end();
   const auto db = open_existing(where, Archive::READ);
+  if (is_within(target, where.directory)) {
+    throw std::runtime_error("refusing to export into the database's own directory '" + where.directory + "'");
+  }
+  // Room for the temporary suffix of the atomic replacement.
+  constexpr std::size_t longest_name = 255 - 32;
   std::map<std::string, std::string> names;  // file name -> identifier
   for (int i = 0; i < db->size(); ++i) {
     const std::string id = db->identifier(i);
     const std::string file = to_valid_base_filename(id);
-    if (file.empty()) throw std::runtime_error("identifier '" + id + "' gives no valid file name");
+    if (file.empty()) throw std::runtime_error("identifier '" + shown(id) + "' gives no valid file name");
+    if (file.size() > longest_name) {
+      throw std::runtime_error("identifier '" + shown(id) + "' gives a file name longer than " +
+                               std::to_string(longest_name) + " bytes");
+    }
     const auto [it, fresh] = names.emplace(file, id);
-    if (!fresh) throw std::runtime_error("identifiers '" + it->second + "' and '" + id + "' give the same file name");
+    if (!fresh) {
+      throw std::runtime_error("identifiers '" + shown(it->second) + "' and '" + shown(id) + "' give the same file name");
+    }
+    const fs::path path = fs::path(target) / file;
+    std::error_code error;
+    if (!force && fs::exists(fs::symlink_status(path, error))) {
+      throw std::runtime_error("'" + path.string() + "' exists; use --force to overwrite it");
+    }
   }
   fs::create_directories(target);
   Progress progress("export", db->size());
@@ -248,29 +304,156 @@ int export_entries(Arguments& args) {
   return 0;
 }
 
-int check(Arguments& args) {
-  const Location where = take_location(args);
-  args.expect_end();
-  const auto db = open_existing(where, Archive::READ);
-  std::set<std::string> listed;
-  std::ostringstream report;
-  int problems = 0;
-  for (int i = 0; i < db->size(); ++i) {
-    const std::string id = db->identifier(i);
-    listed.insert(id);
-    if (!fs::is_regular_file(db->absolute_entry_file_name(DatabaseEntryIdentifier(id)))) {
-      report << "index line without entry file: " << id << '\n';
-      ++problems;
+// One line of the index as the library reads it.
+struct IndexLine {
+  int number;
+  std::string text;  // untrimmed
+};
+
+// The lines of the index file, split as the library splits them; `unended`
+// is set when bytes after the last line end are ignored.
+std::vector<IndexLine> index_lines(const std::string& bytes, bool& unended) {
+  std::vector<IndexLine> lines;
+  std::size_t p = 0;
+  unended = false;
+  while (p < bytes.size()) {
+    const std::size_t q = bytes.find_first_of("\r\n", p);
+    if (q == std::string::npos || (bytes[q] == '\r' && q + 1 == bytes.size())) {
+      unended = true;
+      break;
+    }
+    lines.push_back({static_cast<int>(lines.size()) + 1, bytes.substr(p, q - p)});
+    p = q + 1;
+    if (bytes[q] == '\r' && p < bytes.size() && bytes[p] == '\n') ++p;
+  }
+  return lines;
+}
+
+// Leftover temporary names of the index ("N.adi.tmp...") and of entry files
+// ("N_<id>.ade.tmp..."), as paths relative to the database directory.
+bool is_temporary(const std::string& relative, const std::string& name) {
+  const std::size_t tmp = relative.rfind(".tmp");
+  if (tmp == std::string::npos) return false;
+  const std::string tail = relative.substr(tmp + 4);
+  // Nothing, or ".<pid>.<serial>" from an atomic replacement.
+  const bool tail_ok = tail.empty() || (tail[0] == '.' && tail.find_first_not_of("0123456789.") == std::string::npos);
+  if (!tail_ok) return false;
+  const std::string base = relative.substr(0, tmp);
+  if (base == name + ".adi") return true;
+  return base.size() > name.size() + 5 && base.compare(0, name.size() + 1, name + "_") == 0 &&
+         base.compare(base.size() - 4, 4, ".ade") == 0;
+}
+
+// The findings of `db check`, one line each.
+class Findings {
+ public:
+  void add(const std::string& line) {
+    report_ << line << '\n';
+    ++count_;
+  }
+  void note(const std::string& line) { report_ << line << '\n'; }
+  int count() const noexcept { return count_; }
+  std::string text() const { return report_.str(); }
+
+ private:
+  std::ostringstream report_;
+  int count_ = 0;
+};
+
+// The identifiers the index lists, with every problem of its lines reported.
+std::vector<DatabaseEntryIdentifier> check_index(const Location& where, Findings& findings, bool& loadable) {
+  const std::string index = TextDatabase::index_file_path(where.directory, where.name);
+  bool unended = false;
+  const std::vector<IndexLine> lines = index_lines(read_file(index), unended);
+  std::vector<DatabaseEntryIdentifier> ids;
+  std::map<std::string, int> first_line;
+  loadable = true;
+  for (const IndexLine& line : lines) {
+    const std::string where_line = "index line " + std::to_string(line.number);
+    if (line.text.find('\0') != std::string::npos) {
+      findings.add(where_line + " holds a zero byte: " + shown(line.text));
+      continue;
+    }
+    DatabaseEntryIdentifier id;
+    try {
+      id = DatabaseEntryIdentifier(line.text);
+    } catch (const std::invalid_argument&) {
+      findings.add(where_line + " is longer than " + std::to_string(DatabaseEntryIdentifier::maximum_length_) +
+                   " bytes: " + shown(line.text));
+      loadable = false;
+      continue;
+    }
+    try {
+      TextDatabase::check_identifier(where.name, id);
+    } catch (const database_error& e) {
+      findings.add(where_line + ": " + e.what());
+      continue;
+    }
+    const auto [it, fresh] = first_line.emplace(id, line.number);
+    if (!fresh) {
+      findings.add(where_line + " repeats line " + std::to_string(it->second) + ": " + shown(id));
+      continue;
+    }
+    ids.push_back(id);
+  }
+  if (unended) findings.add("index ends without a line end; its last line is ignored");
+  return ids;
+}
+
+// Reads every listed entry back: the file must be a regular file inside the
+// directory, of version 6, holding the identifier it is named after.
+void check_entries(const TextDatabase& db, const std::vector<DatabaseEntryIdentifier>& ids, Findings& findings) {
+  for (const DatabaseEntryIdentifier& id : ids) {
+    const std::string path = db.absolute_entry_file_name(id);
+    std::error_code error;
+    if (!fs::exists(fs::symlink_status(path, error))) {
+      findings.add("index line without entry file: " + shown(id));
+      continue;
+    }
+    Entry entry;
+    try {
+      db.read_entry(path, entry);
+    } catch (const std::exception& e) {
+      findings.add("entry file does not read back: " + std::string(e.what()));
+      continue;
+    }
+    const std::string bytes = vorn::read_file(path);
+    const std::string version6("\0\0\0\6", 4);
+    if (bytes.compare(0, 4, version6) != 0) {
+      int version = 0;
+      for (std::size_t i = 0; i < 4 && i < bytes.size(); ++i) version = version * 256 + static_cast<unsigned char>(bytes[i]);
+      findings.add("entry file of unknown version " + std::to_string(version) + ": " + path);
+    }
+    if (entry.identifier().text() != id.text()) {
+      findings.add("entry file holds the identifier '" + shown(entry.identifier()) + "': " + path);
     }
   }
-  // Entry files are NAME_<id>.ade, and an identifier holding "/" puts its
-  // file in a subdirectory, so the whole tree below DIR is searched.
+}
+
+// Files below the directory that belong to the database but are not listed:
+// entry files the index does not name, leftover temporary files (removed
+// with `repair`), and a lock file that is not an empty regular file.
+void check_directory(const Location& where, const std::set<std::string>& listed, bool repair, Findings& findings) {
   const std::string prefix = where.name + "_";
   const std::string suffix = ".ade";
-  std::vector<std::string> unlisted;
+  const std::string lock = where.name + ".lock";
+  std::vector<std::string> unlisted, temporary;
+  // Entry files are NAME_<id>.ade, and an identifier holding "/" puts its
+  // file in a subdirectory, so the whole tree below DIR is searched (links
+  // to directories are not entered).
   for (const fs::directory_entry& e : fs::recursive_directory_iterator(where.directory)) {
-    if (!e.is_regular_file()) continue;
     const std::string relative = fs::relative(e.path(), where.directory).generic_string();
+    if (relative == lock) {
+      if (!e.is_regular_file() || e.is_symlink() || e.file_size() != 0) {
+        findings.add("lock file is not an empty regular file: " + e.path().string());
+      }
+      continue;
+    }
+    if (e.is_directory() && !e.is_symlink()) continue;
+    if (is_temporary(relative, where.name)) {
+      temporary.push_back(e.path().string());
+      continue;
+    }
     if (relative.size() < prefix.size() + suffix.size() || relative.compare(0, prefix.size(), prefix) != 0 ||
         relative.compare(relative.size() - suffix.size(), suffix.size(), suffix) != 0) {
       continue;
@@ -279,20 +462,47 @@ int check(Arguments& args) {
     if (listed.count(id) == 0) unlisted.push_back(e.path().string());
   }
   std::sort(unlisted.begin(), unlisted.end());
-  for (const std::string& path : unlisted) report << "entry file not in the index: " << path << '\n';
-  problems += static_cast<int>(unlisted.size());
-  if (problems == 0) report << "ok: " << db->size() << " entries\n";
-  write_stdout(report.str());
-  if (problems != 0) {
-    throw std::runtime_error("database '" + where.name + "' has " + std::to_string(problems) +
-                             (problems == 1 ? " problem" : " problems"));
+  std::sort(temporary.begin(), temporary.end());
+  for (const std::string& path : unlisted) findings.add("entry file not in the index: " + path);
+  for (const std::string& path : temporary) {
+    if (!repair) {
+      findings.add("leftover temporary file: " + path);
+    } else {
+      FileSystem::current().remove(path);
+      findings.note("removed leftover temporary file: " + path);
+    }
+  }
+}
+
+int check(Arguments& args) {
+  const bool repair = args.take_flag("--repair");
+  const Location where = take_location(args);
+  args.expect_end();
+  const std::string index = TextDatabase::index_file_path(where.directory, where.name);
+  const std::string reason = open_failure_reason(index);
+  if (!reason.empty()) {
+    throw std::runtime_error("no database '" + where.name + "' in '" + where.directory + "': " + index + ": " + reason);
+  }
+  Findings findings;
+  bool loadable = true;
+  const std::vector<DatabaseEntryIdentifier> ids = check_index(where, findings, loadable);
+  std::set<std::string> listed(ids.begin(), ids.end());
+  if (loadable) {
+    check_entries(*open_existing(where, Archive::READ), ids, findings);
+  } else {
+    findings.note("entry files not read back: the library cannot load this index");
+  }
+  check_directory(where, listed, repair, findings);
+  if (findings.count() == 0) findings.note("ok: " + std::to_string(ids.size()) + " entries");
+  write_stdout(findings.text());
+  if (findings.count() != 0) {
+    throw std::runtime_error("database '" + where.name + "' has " + std::to_string(findings.count()) +
+                             (findings.count() == 1 ? " problem" : " problems"));
   }
   return 0;
 }
 
-}  // namespace
-
-int run_db(const std::string& action, Arguments& args) {
+int run_action(const std::string& action, Arguments& args) {
   if (action == "create") return create(args);
   if (action == "list") return list(args);
   if (action == "get") return get(args);
@@ -303,6 +513,21 @@ int run_db(const std::string& action, Arguments& args) {
   if (action == "export") return export_entries(args);
   if (action == "check") return check(args);
   throw UsageError("db: unknown action '" + action + "'");
+}
+
+}  // namespace
+
+int run_db(const std::string& action, Arguments& args) {
+  try {
+    return run_action(action, args);
+  } catch (const std::invalid_argument& e) {
+    // The archive names the file it could not open, but not why.
+    const std::string what = e.what();
+    const std::string lead = "Archive::open: Couldn't open file: ";
+    if (what.compare(0, lead.size(), lead) != 0) throw;
+    const std::string reason = open_failure_reason(what.substr(lead.size()));
+    throw std::runtime_error(what + ": " + (reason.empty() ? "cannot be opened" : reason));
+  }
 }
 
 }  // namespace vorn::cli

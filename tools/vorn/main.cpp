@@ -35,9 +35,17 @@ Entry databases (text entries, kept as DIR/NAME.adi and DIR/NAME_<id>.ade):
                                       by to_valid_base_filename), or for every line
                                       "identifier<TAB>path" of the file SOURCE
                                       (paths relative to SOURCE's directory)
-  vorn db export  DIR NAME TARGET     write every entry to a file in TARGET
-  vorn db check   DIR NAME            report index lines without entry files and
-                                      entry files the index does not list
+  vorn db export  DIR NAME TARGET [--force]
+                                      write every entry to a file in TARGET
+                                      (not the database's own directory; an
+                                      existing file only with --force)
+  vorn db check   DIR NAME [--repair] report index lines without entry files,
+                                      repeated or unreadable index lines, entry
+                                      files that do not read back or hold
+                                      another identifier or version, entry
+                                      files the index does not list, leftover
+                                      temporary files and a bad lock file;
+                                      --repair removes the temporary files
 
 Identifier lists (gcd files: one identifier per line):
   vorn ids sort FILE...               all identifiers, sorted

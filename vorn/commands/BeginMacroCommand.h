@@ -5,10 +5,10 @@
 // only the outermost forms a step. Prefer the scoped CommandMacroBlock, which
 // also closes the macro when an exception passes:
 //
-//   processor.submit(vorn::THandle<vorn::Command>(new vorn::BeginMacroCommand("Normalise")));
+//   processor.submit(vorn::make_handle<vorn::BeginMacroCommand>("Normalise"));
 //   processor.submit(scale);
 //   processor.submit(shift);
-//   processor.submit(vorn::THandle<vorn::Command>(new vorn::EndMacroCommand));
+//   processor.submit(vorn::make_handle<vorn::EndMacroCommand>());
 //   processor.undo_name();   // "Normalise"
 #ifndef VORN_COMMANDS_BEGINMACROCOMMAND_H_
 #define VORN_COMMANDS_BEGINMACROCOMMAND_H_

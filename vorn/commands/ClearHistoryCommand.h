@@ -3,8 +3,8 @@
 // not itself recorded. Useful at the end of a command sequence after which
 // nothing should be undone (loading a new document, say):
 //
-//   processor.submit(THandle<Command>(new LoadDocument(path)));
-//   processor.submit(THandle<Command>(new ClearHistoryCommand));
+//   processor.submit(make_handle<LoadDocument>(path));
+//   processor.submit(make_handle<ClearHistoryCommand>());
 //   processor.can_undo();   // false
 #ifndef VORN_COMMANDS_CLEARHISTORYCOMMAND_H_
 #define VORN_COMMANDS_CLEARHISTORYCOMMAND_H_

@@ -13,7 +13,7 @@
 //     int id() const override { return 1; }          // typing merges
 //     bool merge_with(const Command& next) override;  // extend text_
 //   };
-//   processor.submit(vorn::THandle<vorn::Command>(new InsertText(doc, 0, "a")));
+//   processor.submit(vorn::make_handle<InsertText>(doc, 0, "a"));
 //
 // execute() and undo() report failure by returning false (nothing changed)
 // or by throwing; either way the processor leaves its history as it was.
@@ -57,6 +57,19 @@ class VORN_API Command {
     (void)next;
     return false;
   }
+
+  // A command that finds it no longer changes anything (typing merged with
+  // its own deletion, a setting put back to its old value) marks itself
+  // obsolete, and the processor drops it from the history instead of keeping
+  // a step that does nothing: at undo or redo (an obsolete step is removed
+  // without being run; one that becomes obsolete while it runs is removed
+  // after running), when it absorbs a merged command, and right after
+  // execute() when it is obsolete at once.
+  void set_obsolete(bool obsolete) noexcept { obsolete_ = obsolete; }
+  bool is_obsolete() const noexcept { return obsolete_; }
+
+ private:
+  bool obsolete_ = false;
 };
 
 }  // namespace vorn

@@ -111,9 +111,16 @@ bool CommandProcessor::submit(THandle<Command> command) {
     if (was_clean) clean_position_ = 0;
   } else if (!c.can_undo()) {
     forget_history();
+  } else if (c.is_obsolete()) {
+    VORN_DEBUG_TRACE(2, "CommandProcessor::submit '" << c.name() << "' is obsolete: not recorded");
+    return true;
   } else if (macro_open()) {
     std::vector<THandle<Command>>& members = open_macro_->commands();
-    if (members.empty() || !merge_into(*members.back(), c)) members.push_back(command);
+    if (members.empty() || !merge_into(*members.back(), c)) {
+      members.push_back(command);
+    } else if (members.back()->is_obsolete()) {
+      members.pop_back();
+    }
   } else {
     record(command);
   }
@@ -124,7 +131,10 @@ bool CommandProcessor::submit(THandle<Command> command) {
 bool CommandProcessor::submit_begin_macro(const THandle<Command>& command) {
   VORN_DEBUG_TRACE(2, "CommandProcessor::submit begin of macro '" << command->name() << "'");
   const bool was_clean = is_clean();
-  if (macro_depth_ == 0) open_macro_ = THandle<Macro>(new Macro(command->name()));
+  if (macro_depth_ == 0) {
+    clean_before_macro_ = was_clean;
+    open_macro_ = make_handle<Macro>(command->name());
+  }
   ++macro_depth_;
   announce(was_clean);
   return true;
@@ -132,7 +142,8 @@ bool CommandProcessor::submit_begin_macro(const THandle<Command>& command) {
 
 bool CommandProcessor::submit_end_macro() {
   if (macro_depth_ == 0) throw std::logic_error("CommandProcessor::submit: no macro is open");
-  const bool was_clean = is_clean();
+  // Observers last heard of the processor before the outermost macro opened.
+  const bool was_clean = macro_depth_ == 1 ? clean_before_macro_ : is_clean();
   if (--macro_depth_ == 0) {
     THandle<Macro> macro = std::move(open_macro_);
     VORN_DEBUG_TRACE(2, "CommandProcessor::submit end of macro '" << macro->name() << "' with "
@@ -150,7 +161,13 @@ void CommandProcessor::record(const THandle<Command>& step) {
     if (clean_position_ > position_) clean_position_ = kNeverClean;
   }
   if (position_ > 0 && merge_into(*history_.back(), *step)) {
-    if (clean_position_ == position_) clean_position_ = kNeverClean;
+    if (history_.back()->is_obsolete()) {
+      // The merged step undid itself: the document is as it was before it,
+      // so a clean position there still holds.
+      drop_obsolete(history_.size() - 1);
+    } else if (clean_position_ == position_) {
+      clean_position_ = kNeverClean;
+    }
     return;
   }
   history_.push_back(step);
@@ -176,6 +193,15 @@ void CommandProcessor::drop_oldest() {
   }
 }
 
+// Removes the step at `index`, which is at or after the current position.
+// A clean position beyond it described a state that included the step.
+void CommandProcessor::drop_obsolete(std::size_t index) {
+  VORN_DEBUG_TRACE(2, "CommandProcessor::drop obsolete '" << history_[index]->name() << "'");
+  history_.erase(history_.begin() + static_cast<std::ptrdiff_t>(index));
+  if (static_cast<std::size_t>(position_) > index) --position_;
+  if (clean_position_ > position_) clean_position_ = kNeverClean;
+}
+
 void CommandProcessor::forget_history() {
   history_.clear();
   position_ = 0;
@@ -188,10 +214,14 @@ bool CommandProcessor::undo() {
   refuse_in_macro("CommandProcessor::undo");
   if (position_ == 0) return false;
   const bool was_clean = is_clean();
-  Command& step = *history_[static_cast<std::size_t>(position_ - 1)];
-  VORN_DEBUG_TRACE(2, "CommandProcessor::undo '" << step.name() << "'");
-  if (!step.undo()) return false;
+  const std::size_t index = static_cast<std::size_t>(position_ - 1);
+  Command& step = *history_[index];
+  if (!step.is_obsolete()) {
+    VORN_DEBUG_TRACE(2, "CommandProcessor::undo '" << step.name() << "'");
+    if (!step.undo()) return false;
+  }
   --position_;
+  if (step.is_obsolete()) drop_obsolete(index);
   announce(was_clean);
   return true;
 }
@@ -201,10 +231,17 @@ bool CommandProcessor::redo() {
   refuse_in_macro("CommandProcessor::redo");
   if (static_cast<std::size_t>(position_) == history_.size()) return false;
   const bool was_clean = is_clean();
-  Command& step = *history_[static_cast<std::size_t>(position_)];
-  VORN_DEBUG_TRACE(2, "CommandProcessor::redo '" << step.name() << "'");
-  if (!step.redo()) return false;
-  ++position_;
+  const std::size_t index = static_cast<std::size_t>(position_);
+  Command& step = *history_[index];
+  if (!step.is_obsolete()) {
+    VORN_DEBUG_TRACE(2, "CommandProcessor::redo '" << step.name() << "'");
+    if (!step.redo()) return false;
+  }
+  if (step.is_obsolete()) {
+    drop_obsolete(index);
+  } else {
+    ++position_;
+  }
   announce(was_clean);
   return true;
 }
@@ -247,6 +284,9 @@ bool CommandProcessor::is_clean() const noexcept {
 }
 
 void CommandProcessor::announce(bool was_clean) {
+  // Inside a macro observers are told nothing; submit_end_macro announces
+  // the whole macro once it closes.
+  if (macro_open()) return;
   set_changed(history_changed);
   if (was_clean != is_clean()) set_changed(clean_state_changed);
   notify();

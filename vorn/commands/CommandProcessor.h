@@ -1,7 +1,7 @@
 // CommandProcessor: runs commands and keeps a bounded undo/redo history.
 //
 //   vorn::CommandProcessor processor(100);      // at most 100 undo steps
-//   processor.submit(vorn::THandle<vorn::Command>(new InsertText(doc, 0, "abc")));
+//   processor.submit(vorn::make_handle<InsertText>(doc, 0, "abc"));
 //   processor.undo_name();                      // "Typing"
 //   processor.undo();                           // doc is empty again
 //   processor.redo();
@@ -18,6 +18,11 @@
 // macro is open, undo(), redo() and mark_clean() throw std::logic_error
 // ("CommandProcessor::undo: a macro is open", ...).
 //
+// A command marked obsolete (Command::set_obsolete) is dropped from the
+// history when undo() or redo() reaches it, when a merge leaves it obsolete,
+// or right after execution; dropping a step after the clean position leaves
+// the processor not clean.
+//
 // The history holds at most max_commands steps (a macro counts as one; 0 or
 // less means no bound); the oldest step is dropped first. Dropping or
 // discarding the step at which the processor was marked clean leaves it
@@ -31,7 +36,12 @@
 // The processor is a Subject: after every change of its history or clean
 // state it raises history_changed (and clean_state_changed when is_clean()
 // flipped) and notifies its observers, so menus and "modified" indicators can
-// follow. Every submit, undo, redo, merge and drop is traced at debug level 2.
+// follow. While a macro is open its observers hear nothing, neither of the
+// begin, of the commands inside nor of nested macros; they are told once,
+// when the outermost macro closes, with clean_state_changed raised when
+// is_clean() differs from what it was as the macro opened. An Edit menu thus
+// goes straight from its state before the macro to its state after it.
+// Every submit, undo, redo, merge and drop is traced at debug level 2.
 #ifndef VORN_COMMANDS_COMMANDPROCESSOR_H_
 #define VORN_COMMANDS_COMMANDPROCESSOR_H_
 
@@ -92,6 +102,7 @@ class VORN_API CommandProcessor : public Subject {
   void record(const THandle<Command>& step);
   bool merge_into(Command& previous, const Command& next);
   void drop_oldest();
+  void drop_obsolete(std::size_t index);
   void forget_history();
   void announce(bool was_clean);
   void refuse_in_macro(const char* operation) const;
@@ -103,6 +114,7 @@ class VORN_API CommandProcessor : public Subject {
   int position_ = 0;
   int clean_position_ = 0;
   int macro_depth_ = 0;
+  bool clean_before_macro_ = true;
   THandle<Macro> open_macro_;
   bool busy_ = false;
 };

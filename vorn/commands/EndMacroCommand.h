@@ -2,9 +2,9 @@
 // CommandProcessor (see BeginMacroCommand). Submitting it with no macro open
 // is refused with std::logic_error:
 //
-//   processor.submit(THandle<Command>(new BeginMacroCommand("Normalise")));
+//   processor.submit(make_handle<BeginMacroCommand>("Normalise"));
 //   processor.submit(scale);
-//   processor.submit(THandle<Command>(new EndMacroCommand));   // one step
+//   processor.submit(make_handle<EndMacroCommand>());   // one step
 #ifndef VORN_COMMANDS_ENDMACROCOMMAND_H_
 #define VORN_COMMANDS_ENDMACROCOMMAND_H_
 

@@ -2,7 +2,7 @@
 // that it can undo itself.
 //
 //   struct SelectionMemento : vorn::MementoBase { std::vector<int> selected; };
-//   vorn::THandle<vorn::MementoBase> saved(new SelectionMemento{...});
+//   vorn::THandle<vorn::MementoBase> saved = vorn::make_handle<SelectionMemento>(...);
 //
 // Held through THandle<MementoBase>; commands cast back with
 // handle_dynamic_cast.

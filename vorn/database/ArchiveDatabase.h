@@ -14,21 +14,42 @@
 //   THandle<Entry> e = db.entry(vorn::DatabaseEntryIdentifier("X1"));
 //   db.remove(vorn::DatabaseEntryIdentifier("X1"));
 //
+// open() is the checked way in: it refuses a missing directory or a missing
+// database instead of starting an empty one there.
+//
+//   vorn::DatabaseOptions options;
+//   options.writable = true;
+//   std::unique_ptr<vorn::ArchiveDatabase<Entry>> db = vorn::ArchiveDatabase<Entry>::open("/data", "genes", options);
+//   // database_error "ArchiveDatabase::open: no database (no index file): /data/genes.adi" when absent
+//
 // Lookups by identifier take expected constant time (a hash index of first
 // positions); appending writes one index line while the index file is still
 // what this object last wrote, and otherwise rewrites it. Rewrites of the
 // index and of an existing entry file go through a temporary file that is
 // renamed into place (D/N.adi.tmp, D/N_I.ade.tmp), so a crash leaves the old
 // or the new file. remove() rewrites the index before deleting the entry
-// file, so the index never lists a removed file. Nothing is synced to the
+// file, so the index never lists a removed file. nearest_entry() answers in
+// logarithmic time from an index ordered case-insensitively, which its first
+// call builds (so opening costs nothing more) and append() and remove() then
+// keep up to date. Nothing is synced to the
 // disk: a killed process loses nothing that a call had finished, but a power
 // cut may lose the most recent changes.
 //
+// Every entry file is opened beneath the directory: a symbolic link on the
+// way (D/N_a pointing elsewhere, or the entry file itself) is refused, never
+// followed, and so is anything that is not a regular file (a FIFO, a device,
+// a directory), without blocking on it. An identifier must name exactly one
+// file inside the directory: empty identifiers, empty, "." and ".." path
+// components ("s//b", "s/./b", "/x", "x/") and identifiers whose entry file
+// name, with room for a 32-byte temporary suffix, exceeds 255 bytes are
+// refused before anything is written (check_identifier tells in advance).
+//
 // Throws database_error for a database not opened for writing, a duplicate
-// or unknown identifier, an out-of-range position, an identifier that holds
-// a zero byte or a ".." component or cannot be stored as an index line, a
-// truncated or corrupt entry file (naming the file), or an index that cannot
-// be written. A missing entry file gives the archive's std::invalid_argument
+// or unknown identifier, an out-of-range position, an identifier refused as
+// above or that cannot be stored as an index line (quoted up to 80 bytes), a
+// truncated or corrupt entry file (naming the file), an entry file refused as
+// above ("cannot open entry file <path>: <reason>"), an index that exists but
+// is not a readable regular file, or an index that cannot be written. A missing entry file gives the archive's std::invalid_argument
 // "Archive::open: Couldn't open file: <path>"; an index line longer than 255
 // characters makes the constructor throw the identifier's
 // std::invalid_argument.
@@ -44,7 +65,10 @@
 #include "vorn/database/Database.h"
 #include "vorn/database/DatabaseEntry.h"
 #include "vorn/database/DatabaseEntryIdentifier.h"
+#include "vorn/database/DatabaseOptions.h"
 #include "vorn/database/database_error.h"
+#include "vorn/database/detail/CaseInsensitiveIndex.h"
+#include "vorn/database/detail/DatabaseOpening.h"
 #include "vorn/database/detail/EntryPaths.h"
 #include "vorn/database/detail/FileIo.h"
 #include "vorn/database/detail/FirstPositionIndex.h"
@@ -67,6 +91,17 @@ class ArchiveDatabase : public Database<Entry> {
   ~ArchiveDatabase() override;
   ArchiveDatabase(const ArchiveDatabase&) = delete;
   ArchiveDatabase& operator=(const ArchiveDatabase&) = delete;
+
+  // Opens the database `name` in `directory` as `options` ask. The directory
+  // must exist (it is never created). Without an index file D/N.adi the
+  // database is refused unless options.create_if_missing, which creates an
+  // empty index file; with one, options.error_if_exists refuses it. Throws
+  // database_error "ArchiveDatabase::open: no such directory: <D>", "...: no
+  // database (no index file): <D/N.adi>", "...: database already exists:
+  // <D/N.adi>", "...: index is a directory: <D/N.adi>", or
+  // "ArchiveDatabase::open: " followed by the file system's message.
+  static std::unique_ptr<ArchiveDatabase> open(const std::string& directory, const std::string& name,
+                                               const DatabaseOptions& options);
 
   // directory + "/" + name + ".adi"
   static std::string index_file_path(const std::string& directory, const std::string& name);
@@ -95,6 +130,10 @@ class ArchiveDatabase : public Database<Entry> {
   void write_entry(const std::string& path, const Entry& entry) const;
 
   int size() const override { return static_cast<int>(identifiers_.size()); }
+  // The same position and match as Database::nearest_entry, in logarithmic
+  // time (the first call orders the identifiers, in N log N).
+  int nearest_entry(const DatabaseEntryIdentifier& target,
+                    typename Database<Entry>::IdentifierMatch& match) const override;
   DatabaseEntryIdentifier identifier(int i) const override;
   bool identifier_exists(const DatabaseEntryIdentifier& id) const override { return index(id) != size(); }
   int index(const DatabaseEntryIdentifier& id) const override;
@@ -106,6 +145,12 @@ class ArchiveDatabase : public Database<Entry> {
   void replace(THandle<Entry> entry) override;
   void remove(const DatabaseEntryIdentifier& id) override;
   void flush() override {}
+
+  // Throws the database_error append() would throw for an identifier that
+  // cannot be stored in the database `name` (empty; an empty, "." or ".."
+  // path component or a zero byte; an entry file name too long; not
+  // storable as an index line), so that callers can check a batch first.
+  static void check_identifier(const std::string& name, const DatabaseEntryIdentifier& id);
 
   // Deletes the index file and every entry file it lists (identifiers that
   // would name a file outside the directory are left alone).
@@ -121,6 +166,8 @@ class ArchiveDatabase : public Database<Entry> {
   std::vector<DatabaseEntryIdentifier> identifiers_;
   unsigned int mode_;
   detail::FirstPositionIndex positions_;
+  // Built by the first nearest_entry(), hence mutable.
+  mutable detail::CaseInsensitiveIndex folded_;
   std::unique_ptr<detail::IndexFile> index_file_;
 };
 
@@ -143,12 +190,21 @@ std::string ArchiveDatabase<Entry>::index_file_path(const std::string& directory
   return directory + "/" + name + ".adi";
 }
 
+// Out of line, so that applications reach the checks through the library's
+// instantiation.
+template <class Entry>
+void ArchiveDatabase<Entry>::check_identifier(const std::string& name, const DatabaseEntryIdentifier& id) {
+  detail::check_entry_file_identifier("append", name, id);
+  detail::check_index_identifier("append", id);
+}
+
 template <class Entry>
 void ArchiveDatabase<Entry>::read_index_file() {
   identifiers_.clear();
   positions_.rebuild(identifiers_);
   identifiers_ = index_file_->load();
   positions_.rebuild(identifiers_);
+  folded_.clear();
 }
 
 template <class Entry>
@@ -158,6 +214,7 @@ void ArchiveDatabase<Entry>::write_index_file() const {
 
 template <class Entry>
 void ArchiveDatabase<Entry>::read_entry(const std::string& path, Entry& entry) const {
+  detail::check_entry_file_opens("read_entry", directory_, path);
   VersionedArchive archive(path, Archive::READ);
   int version = 0;
   archive >> version;
@@ -171,14 +228,42 @@ void ArchiveDatabase<Entry>::read_entry(const std::string& path, Entry& entry) c
 template <class Entry>
 void ArchiveDatabase<Entry>::write_entry(const std::string& path, const Entry& entry) const {
   if constexpr (std::is_same_v<Entry, DatabaseEntry<std::string>>) {
-    detail::overwrite_file_start(path, detail::string_entry_image(entry.identifier(), *entry.data()));
+    detail::overwrite_file_start(directory_, path, detail::string_entry_image(entry.identifier(), *entry.data()));
   } else {
+    detail::check_entry_file_opens("write_entry", directory_, path);
     VersionedArchive archive(path, Archive::READ | Archive::WRITE);
     archive << static_cast<int>(VersionedArchive::current_version);
     entry.write(archive);
     archive.close();
     if (archive.failed()) throw database_error("ArchiveDatabase::write_entry: cannot write " + path);
   }
+}
+
+template <class Entry>
+std::unique_ptr<ArchiveDatabase<Entry>> ArchiveDatabase<Entry>::open(const std::string& directory,
+                                                                     const std::string& name,
+                                                                     const DatabaseOptions& options) {
+  detail::prepare_to_open(directory, index_file_path(directory, name), options);
+  return std::make_unique<ArchiveDatabase>(directory, name,
+                                           options.writable ? Archive::READ | Archive::WRITE : Archive::READ);
+}
+
+template <class Entry>
+int ArchiveDatabase<Entry>::nearest_entry(const DatabaseEntryIdentifier& target,
+                                          typename Database<Entry>::IdentifierMatch& match) const {
+  const int exact = positions_.find(identifiers_, target);
+  if (exact >= 0) {
+    match = Database<Entry>::exact_match;
+    return exact;
+  }
+  if (!folded_.built()) folded_.build(identifiers_);
+  const detail::CaseInsensitiveIndex::Neighbours near = folded_.neighbours(identifiers_, target);
+  if (near.folded >= 0) {
+    match = Database<Entry>::case_insensitive_match;
+    return near.folded;
+  }
+  match = Database<Entry>::no_match;
+  return near.above >= 0 ? near.above : near.below;
 }
 
 template <class Entry>
@@ -212,8 +297,7 @@ template <class Entry>
 void ArchiveDatabase<Entry>::append(THandle<Entry> entry) {
   if (!writable()) throw database_error("ArchiveDatabase::append: database is not opened for writing");
   const DatabaseEntryIdentifier id = entry->identifier();
-  detail::check_entry_file_identifier("append", id);
-  detail::check_index_identifier("append", id);
+  check_identifier(name_, id);
   if (identifier_exists(id)) {
     throw database_error("ArchiveDatabase::append: database already contains an entry with this identifier: " + id);
   }
@@ -227,13 +311,14 @@ void ArchiveDatabase<Entry>::append(THandle<Entry> entry) {
     positions_.rebuild(identifiers_);
     throw;
   }
+  folded_.appended(identifiers_);
 }
 
 template <class Entry>
 void ArchiveDatabase<Entry>::replace(THandle<Entry> entry) {
   if (!writable()) throw database_error("ArchiveDatabase::replace: database is not opened for writing");
   const DatabaseEntryIdentifier id = entry->identifier();
-  detail::check_entry_file_identifier("replace", id);
+  detail::check_entry_file_identifier("replace", name_, id);
   if (!identifier_exists(id)) {
     throw database_error("ArchiveDatabase::replace: database does not contain an entry with this identifier: " +
                          id);
@@ -244,11 +329,12 @@ void ArchiveDatabase<Entry>::replace(THandle<Entry> entry) {
 template <class Entry>
 void ArchiveDatabase<Entry>::remove(const DatabaseEntryIdentifier& id) {
   if (!writable()) throw database_error("ArchiveDatabase::remove: database is not opened for writing");
-  detail::check_entry_file_identifier("remove", id);
+  detail::check_entry_file_identifier("remove", name_, id);
   const int i = index(id);
   if (i == size()) {
     throw database_error("ArchiveDatabase::remove: database does not contain an entry with this identifier: " + id);
   }
+  detail::check_entry_file_removable(directory_, absolute_entry_file_name(id));
   const DatabaseEntryIdentifier removed = identifiers_[static_cast<std::size_t>(i)];
   identifiers_.erase(identifiers_.begin() + i);
   bool index_written = false;
@@ -260,6 +346,7 @@ void ArchiveDatabase<Entry>::remove(const DatabaseEntryIdentifier& id) {
     throw;
   }
   positions_.rebuild(identifiers_);
+  folded_.erased(i);
   // An index that could not be rewritten still lists the entry: keep its file.
   if (index_written) try_remove_file(absolute_entry_file_name(removed));
 }
@@ -272,7 +359,8 @@ void ArchiveDatabase<Entry>::delete_database_files(const std::string& directory,
   detail::IndexFile::remove_files(database.absolute_database_name());
   for (auto it = database.identifiers_.rbegin(); it != database.identifiers_.rend(); ++it) {
     try {
-      detail::check_entry_file_identifier("remove", *it);
+      detail::check_entry_file_identifier("remove", name, *it);
+      detail::check_entry_file_removable(directory, database.absolute_entry_file_name(*it));
     } catch (const database_error&) {
       continue;
     }

@@ -4,13 +4,20 @@
 // Positions run from 0 to size() - 1. Lookups by identifier are exact and
 // case-sensitive; nearest_entry() also finds case-insensitive matches and
 // neighbours. A database that was not opened for writing refuses append(),
-// replace() and remove().
+// replace() and remove(). A range-for visits the entries in position order,
+// reading each one only when the loop reaches it; identifiers() is the range
+// of the identifiers alone, which reads no entry.
 //
 //   const vorn::Database<Entry>& db = ...;
-//   int i = db.index(vorn::DatabaseEntryIdentifier("X1"));
-//   if (i != db.size()) { THandle<Entry> e = db.entry(i); }
+//   for (const THandle<Entry>& e : db) std::cout << *e->data() << '\n';
+//   for (const vorn::DatabaseEntryIdentifier& id : db.identifiers()) std::cout << id.text() << '\n';
+//   if (THandle<Entry> e = db.find(vorn::DatabaseEntryIdentifier("X1"))) { ... }   // null when absent
 //   vorn::Database<Entry>::IdentifierMatch match;
 //   int near = db.nearest_entry(vorn::DatabaseEntryIdentifier("x1"), match);
+//
+// The end of a range is fixed when end() is taken: entries appended during a
+// loop are not visited, and a position that a removal made vanish throws the
+// out-of-range error below when the loop reaches it.
 //
 // Every failure is a database_error: "Database::append: database is not
 // opened for writing" (and likewise for replace and remove) here,
@@ -20,6 +27,8 @@
 #ifndef VORN_DATABASE_DATABASE_H_
 #define VORN_DATABASE_DATABASE_H_
 
+#include <cstddef>
+#include <iterator>
 #include <sstream>
 #include <string>
 
@@ -64,6 +73,78 @@ class Database {
   virtual DatabaseEntryIdentifier normalise_identifier(const DatabaseEntryIdentifier& id) const { return id; }
   virtual unsigned int identifier_maximum_length() const { return DatabaseEntryIdentifier::maximum_length_; }
 
+  // The entry with identifier `id`, or a null handle when there is none.
+  // Errors of reading a present entry are thrown as entry() throws them.
+  // (Declared after the other virtual functions, which keep their slots.)
+  virtual THandle<Entry> find(const DatabaseEntryIdentifier& id) const;
+
+  // An input iterator over positions [i, end) that loads the value at a
+  // position (through `Load`, a virtual call) when first dereferenced and
+  // keeps it until the iterator moves on.
+  template <class Value, Value (Database::*Load)(int) const>
+  class PositionIterator {
+   public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = Value;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const Value*;
+    using reference = const Value&;
+
+    PositionIterator() = default;
+    PositionIterator(const Database* database, int position) : database_(database), position_(position) {}
+
+    reference operator*() const {
+      if (!loaded_) {
+        value_ = (database_->*Load)(position_);
+        loaded_ = true;
+      }
+      return value_;
+    }
+    pointer operator->() const { return &**this; }
+    PositionIterator& operator++() {
+      ++position_;
+      loaded_ = false;
+      value_ = Value();
+      return *this;
+    }
+    PositionIterator operator++(int) {
+      PositionIterator old = *this;
+      ++*this;
+      return old;
+    }
+    int position() const noexcept { return position_; }
+
+    friend bool operator==(const PositionIterator& a, const PositionIterator& b) noexcept {
+      return a.position_ == b.position_ && a.database_ == b.database_;
+    }
+    friend bool operator!=(const PositionIterator& a, const PositionIterator& b) noexcept { return !(a == b); }
+
+   private:
+    const Database* database_ = nullptr;
+    int position_ = 0;
+    mutable Value value_{};
+    mutable bool loaded_ = false;
+  };
+
+  using const_iterator = PositionIterator<THandle<Entry>, &Database::entry>;
+  using iterator = const_iterator;
+  using IdentifierIterator = PositionIterator<DatabaseEntryIdentifier, &Database::identifier>;
+
+  // The identifiers in position order, as returned by identifiers().
+  class IdentifierRange {
+   public:
+    explicit IdentifierRange(const Database& database) : database_(&database) {}
+    IdentifierIterator begin() const { return IdentifierIterator(database_, 0); }
+    IdentifierIterator end() const { return IdentifierIterator(database_, database_->size()); }
+
+   private:
+    const Database* database_;
+  };
+
+  const_iterator begin() const { return const_iterator(this, 0); }
+  const_iterator end() const { return const_iterator(this, size()); }
+  IdentifierRange identifiers() const { return IdentifierRange(*this); }
+
  protected:
   Database() = default;
   Database(const Database&) = default;
@@ -107,6 +188,13 @@ int Database<Entry>::nearest_entry(const DatabaseEntryIdentifier& target, Identi
     return folded;
   }
   return above != -1 ? above : below;
+}
+
+template <class Entry>
+THandle<Entry> Database<Entry>::find(const DatabaseEntryIdentifier& id) const {
+  const int i = index(id);
+  if (i < 0 || i >= size()) return THandle<Entry>();
+  return entry(i);
 }
 
 template <class Entry>

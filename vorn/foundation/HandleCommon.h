@@ -6,7 +6,7 @@
 // reference. The block lives until both counts are zero, so a weak reference
 // can outlive its object and still tell that the object is gone:
 //
-//   THandle<Foo> h(new Foo);
+//   THandle<Foo> h = make_handle<Foo>();
 //   h.count_block()->strong_count();        // 1
 //   h.count_block()->weak_reference_valid(); // true
 //

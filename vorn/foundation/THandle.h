@@ -7,7 +7,7 @@
 // (through its virtual destructor when T is polymorphic). Casts share the
 // counter block, so a base handle and a derived handle own the same object.
 //
-//   THandle<Shape> shape(new Circle(2.0));
+//   THandle<Shape> shape = make_handle<Circle>(2.0);
 //   THandle<Shape> other = shape;                       // strong count 2
 //   THandle<Circle> circle = handle_dynamic_cast<Circle>(shape);
 //   if (circle == nullptr) { /* not a circle */ }
@@ -15,8 +15,15 @@
 //
 // Handles compare and order by the address of the object, so they serve as
 // keys of std::map (through std::less) and std::unordered_map (std::hash).
-// Never make two handles from the same raw pointer: that gives two counter
-// blocks and a double delete; share ownership by copying a handle.
+// make_handle<T>(args...) builds the object and its handle in one step, so no
+// raw pointer is ever in the caller's hands; a std::unique_ptr hands its
+// object over with std::move:
+//
+//   THandle<Shape> adopted(std::move(unique_shape));    // unique_shape is empty
+//
+// The raw-pointer constructor stays for code that already holds a fresh
+// object. Never make two handles from the same raw pointer: that gives two
+// counter blocks and a double delete; share ownership by copying a handle.
 //
 // Counts are plain integers: a handle and its copies belong to one thread.
 #ifndef VORN_FOUNDATION_THANDLE_H_
@@ -25,6 +32,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <type_traits>
 #include <utility>
 
@@ -45,6 +53,19 @@ class THandle {
     if (object_ != nullptr) {
       count_ = new HandleCommon::UseCount;
       count_->up_strong();
+    }
+  }
+
+  // Takes the object over from `owned`, which is left empty. Only the default
+  // deleter is accepted, since the handle deletes with `delete`. If the
+  // counter block cannot be allocated, `owned` keeps the object.
+  template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+  /*implicit*/ THandle(std::unique_ptr<U>&& owned)  // NOLINT(google-explicit-constructor)
+  {
+    if (owned != nullptr) {
+      count_ = new HandleCommon::UseCount;
+      count_->up_strong();
+      object_ = owned.release();
     }
   }
 
@@ -145,6 +166,23 @@ bool operator==(const THandle<T>& a, const THandle<U>& b) noexcept {
 template <class T, class U>
 bool operator!=(const THandle<T>& a, const THandle<U>& b) noexcept {
   return a.unhand() != b.unhand();
+}
+
+// Builds a T from `args` and returns the handle that owns it. Arguments go to
+// a constructor of T when it has a matching one, else T is brace-initialised,
+// so aggregates work too:
+//
+//   auto entry = make_handle<Entry>(id, make_handle<std::string>("text"));
+//   auto point = make_handle<Point>(1.0, 2.0);   // struct Point { double x, y; };
+//
+// Throws what T's constructor throws and std::bad_alloc; nothing leaks.
+template <class T, class... Args>
+THandle<T> make_handle(Args&&... args) {
+  if constexpr (std::is_constructible_v<T, Args&&...>) {
+    return THandle<T>(std::make_unique<T>(std::forward<Args>(args)...));
+  } else {
+    return THandle<T>(std::unique_ptr<T>(new T{std::forward<Args>(args)...}));
+  }
 }
 
 template <class T>

@@ -6,7 +6,7 @@
 // break cycles (a child's link back to its parent) and for caches that must
 // not keep objects alive.
 //
-//   THandle<Node> parent(new Node);
+//   THandle<Node> parent = make_handle<Node>();
 //   TWeakHandle<Node> back(parent);
 //   if (THandle<Node> p = back.lock()) { /* still alive */ }
 //   parent = THandle<Node>();

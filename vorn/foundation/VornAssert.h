@@ -17,7 +17,7 @@
 //     }
 //   };
 //   vorn::VornAssert::set_assertion_handler(
-//       vorn::THandle<vorn::VornAssert::AssertionHandler>(new Throwing));
+//       vorn::make_handle<Throwing>());
 //
 // Passing a null handle restores the default. The handler is a process-wide
 // setting: install it at start-up from one thread.

@@ -1,10 +1,13 @@
 #include "vorn/foundation/VornLog.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <iostream>
 #include <streambuf>
+#include <vector>
 
 namespace vorn {
 
@@ -108,6 +111,9 @@ int VornLog::minimum_level_ = 0;
 std::ostream* VornLog::error_ = &std::cerr;
 std::ostream* VornLog::warning_ = &std::cerr;
 std::ostream* VornLog::debug_ = &std::cout;
+bool VornLog::status_hidden_ = false;
+
+VornLog::StatusLine::~StatusLine() = default;
 
 namespace {
 [[maybe_unused]] const bool startup_outputs_selected = VornLogOutputs::select_startup_outputs();
@@ -143,7 +149,9 @@ void warn_quietly(const char* message) noexcept {
   }
 }
 
-// Consumes the value of a numeric option at argv[i + 1], if there is one.
+// Consumes the value of a numeric option at argv[i + 1], if there is one. A
+// non-empty value is read as strtol reads it, so "abc" is level 0 and "2x"
+// level 2; only a missing or empty value is warned about.
 void numeric_option(int& i, int argc, char** argv, void (*apply)(int) noexcept, const char* warning) noexcept {
   if (i + 1 < argc) {
     const char* value = argv[++i];
@@ -197,17 +205,106 @@ void VornLog::process_args(int& argc, char** argv) noexcept {
   argc = kept;
 }
 
-std::ostream& VornLog::start_debug_line(int level) { return *debug_ << "DEBUG " << level << ": "; }
-std::ostream& VornLog::start_info_line() { return *debug_ << "INFO: "; }
-std::ostream& VornLog::start_warning_line() { return *warning_ << "WARNING: "; }
-std::ostream& VornLog::start_error_line() { return *error_ << "ERROR: "; }
-std::ostream& VornLog::start_fatal_line() { return *error_ << "FATAL: "; }
+namespace {
 
-void VornLog::end_debug_line() { *debug_ << std::endl; }
-void VornLog::end_info_line() { *debug_ << std::endl; }
-void VornLog::end_warning_line() { *warning_ << std::endl; }
-void VornLog::end_error_line() { *error_ << std::endl; }
-void VornLog::end_fatal_line() { *error_ << std::endl; }
+// Made on first use, so that a display built by another static initialiser
+// finds it; never destroyed, so that one destroyed at exit can still remove
+// itself.
+std::vector<VornLog::StatusLine*>& registered_status_lines() {
+  static auto* lines = new std::vector<VornLog::StatusLine*>;
+  return *lines;
+}
+
+}  // namespace
+
+void VornLog::add_status_line(StatusLine& line) {
+  registered_status_lines().push_back(&line);
+  status_hidden_ = false;
+}
+
+void VornLog::remove_status_line(StatusLine& line) noexcept {
+  std::vector<StatusLine*>& lines = registered_status_lines();
+  const auto found = std::find(lines.rbegin(), lines.rend(), &line);
+  if (found == lines.rend()) return;
+  if (found == lines.rbegin()) status_hidden_ = false;
+  lines.erase(std::next(found).base());
+}
+
+VornLog::StatusLine* VornLog::status_line() noexcept {
+  const std::vector<StatusLine*>& lines = registered_status_lines();
+  return lines.empty() ? nullptr : lines.back();
+}
+
+// Hiding is asked for at every line start, not only the first: the status
+// line may have been drawn again since (by its own update) while a line that
+// was started never ended.
+void VornLog::make_way(const std::ostream& out) noexcept {
+  StatusLine* const line = status_line();
+  if (line == nullptr) return;
+  try {
+    if (!line->shares_output_with(out)) return;
+  } catch (...) {
+    return;
+  }
+  line->hide();
+  status_hidden_ = true;
+}
+
+void VornLog::restore_status_line() noexcept {
+  if (!status_hidden_) return;
+  status_hidden_ = false;
+  if (StatusLine* const line = status_line()) line->show();
+}
+
+std::ostream& VornLog::start_debug_line(int level) {
+  make_way(*debug_);
+  return *debug_ << "DEBUG " << level << ": ";
+}
+
+std::ostream& VornLog::start_info_line() {
+  make_way(*debug_);
+  return *debug_ << "INFO: ";
+}
+
+std::ostream& VornLog::start_warning_line() {
+  make_way(*warning_);
+  return *warning_ << "WARNING: ";
+}
+
+std::ostream& VornLog::start_error_line() {
+  make_way(*error_);
+  return *error_ << "ERROR: ";
+}
+
+std::ostream& VornLog::start_fatal_line() {
+  make_way(*error_);
+  return *error_ << "FATAL: ";
+}
+
+void VornLog::end_debug_line() {
+  *debug_ << std::endl;
+  restore_status_line();
+}
+
+void VornLog::end_info_line() {
+  *debug_ << std::endl;
+  restore_status_line();
+}
+
+void VornLog::end_warning_line() {
+  *warning_ << std::endl;
+  restore_status_line();
+}
+
+void VornLog::end_error_line() {
+  *error_ << std::endl;
+  restore_status_line();
+}
+
+void VornLog::end_fatal_line() {
+  *error_ << std::endl;
+  restore_status_line();
+}
 
 void VornLog::fatal_stop() {
   if (!debugger_present()) std::exit(1);

@@ -19,8 +19,21 @@
 //   }
 //
 // Options: "-loglevel N", "-minloglevel N", "-logfile FILE" (truncates),
-// "-appendlogfile FILE", "-stdout" (back to the standard streams). Bad or
-// missing values produce a warning line; process_args never throws.
+// "-appendlogfile FILE", "-stdout" (back to the standard streams). A missing
+// or empty value produces a warning line ("Invalid or missing numeric value
+// for option '-loglevel'"); any other level text is read as strtol reads it,
+// without a check, so "-loglevel abc" sets level 0 and "-loglevel 2x" level
+// 2, both silently. process_args never throws.
+//
+// A status line (a progress bar redrawn in place on a terminal) registers
+// itself with add_status_line. Every log line written through the start_*
+// and end_* calls to the terminal that shows it then makes way: the status
+// line is erased before the line starts, so the log line begins at the left
+// edge, and drawn again after the line ends:
+//
+//   import [##########          ]  50%      (the bar, redrawn in place)
+//   WARNING: sample 17 has no peaks          (the bar was erased for this)
+//   import [##########          ]  50%      (and drawn again below it)
 //
 // The settings are unguarded process-wide statics: set them at start-up from
 // one thread.
@@ -37,6 +50,32 @@ namespace vorn {
 
 class VORN_API VornLog {
  public:
+  // A line shown at the bottom of a terminal and redrawn in place, which log
+  // lines must not be written onto (TextProgressDisplay is one).
+  class StatusLine {
+   public:
+    StatusLine() = default;
+    StatusLine(const StatusLine&) = delete;
+    StatusLine& operator=(const StatusLine&) = delete;
+    virtual ~StatusLine();
+
+    // True when text written to `out` appears where the status line is shown.
+    virtual bool shares_output_with(const std::ostream& out) const = 0;
+    // Erases the status line if it is shown, leaving the cursor at the start
+    // of an empty line.
+    virtual void hide() noexcept = 0;
+    // Draws the status line again if hide() erased it.
+    virtual void show() noexcept = 0;
+  };
+
+  // Registers `line`; log lines make way for the one registered last. The
+  // line is borrowed and must be removed before it is destroyed; lines may
+  // be removed in any order. Throws only std::bad_alloc.
+  static void add_status_line(StatusLine& line);
+  static void remove_status_line(StatusLine& line) noexcept;
+  // The status line log lines make way for, null when none is registered.
+  static StatusLine* status_line() noexcept;
+
   static std::ostream& error() { return *error_; }
   static std::ostream& warning() { return *warning_; }
   static std::ostream& debug() { return *debug_; }
@@ -82,11 +121,15 @@ class VORN_API VornLog {
   static void fatal_stop();
 
  private:
+  static void make_way(const std::ostream& out) noexcept;
+  static void restore_status_line() noexcept;
+
   static int level_;
   static int minimum_level_;
   static std::ostream* error_;
   static std::ostream* warning_;
   static std::ostream* debug_;
+  static bool status_hidden_;
 
   friend class VornLogOutputs;
 };

@@ -6,8 +6,10 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "vorn/io/FileSystem.h"
+#include "vorn/io/detail/BeneathPath.h"
 
 namespace vorn {
 
@@ -88,6 +90,25 @@ bool try_remove_file(const std::string& path) {
     return true;
   } catch (const FileError&) {
     return false;
+  }
+}
+
+void check_directories_beneath(const std::string& root, const std::string& path) {
+  static const char* const operation = "check_directories_beneath";
+  const std::vector<std::string> parts = detail::components_beneath(root, path, operation);
+  FileSystem& fs = FileSystem::current();
+  std::string directory = detail::root_directory(root);
+  for (std::size_t i = 0; i + 1 < parts.size(); ++i) {
+    directory.append(directory.back() == '/' ? "" : "/").append(parts[i]);
+    std::optional<FileStatus> status;
+    try {
+      status = fs.stat(directory);
+    } catch (const FileError& e) {
+      throw FileError(e.error(), operation, path);
+    }
+    if (!status) return;
+    if (status->type == FileStatus::Type::symbolic_link) throw FileError(ELOOP, operation, path);
+    if (status->type != FileStatus::Type::directory) throw FileError(ENOTDIR, operation, path);
   }
 }
 

@@ -39,6 +39,22 @@ VORN_API void replace_file_atomically(const std::string& path, const std::string
 // ignored.
 VORN_API bool try_remove_file(const std::string& path);
 
+// Checks, through FileSystem::current().stat, that `path` lies inside the
+// directory `root` as FileSystem::open with OpenOptions::beneath would
+// require, and that every directory between `root` and the last component is
+// a real directory, not a symbolic link. For rename and remove, which never
+// follow a link in the last component but do follow links on the way to it:
+//
+//   vorn::check_directories_beneath("/data", "/data/genes_a/x.ade");
+//   vorn::FileSystem::current().remove("/data/genes_a/x.ade");
+//
+// A missing directory is not an error here (the operation that follows
+// reports it). Throws FileError "check_directories_beneath: <path>: <reason>"
+// with EXDEV for a path outside `root` or with an empty, "." or ".."
+// component, ELOOP for a symbolic link and ENOTDIR for anything else that is
+// not a directory.
+VORN_API void check_directories_beneath(const std::string& root, const std::string& path);
+
 // The directory part of `path` ("." when it has none, "/" for a file in
 // the root), for sync_directory.
 VORN_API std::string parent_directory(const std::string& path);

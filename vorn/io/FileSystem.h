@@ -60,6 +60,16 @@ class VORN_API FileError : public std::system_error {
 
 // How FileSystem::open opens a file. The defaults open an existing file for
 // reading.
+//
+// With `beneath` set, `path` must name a file inside that directory
+// ("<beneath>/<relative>", the relative part without empty, "." or ".."
+// components) and is resolved without following any symbolic link below
+// `beneath` and without leaving it; the directory `beneath` itself may be
+// reached through links. A path outside it fails with EXDEV, a symbolic link
+// on the way (the file itself included) with ELOOP:
+//
+//   options.beneath = "/data";
+//   fs.open("/data/genes_a/x.ade", options);  // ELOOP when genes_a is a link
 struct VORN_API OpenOptions {
   bool read = true;
   bool write = false;
@@ -67,6 +77,7 @@ struct VORN_API OpenOptions {
   bool exclusive = false;  // with create: fail with EEXIST when it exists
   bool truncate = false;   // empty an existing file
   unsigned int permissions = 0666;  // for a created file, before the umask
+  std::string beneath;              // when not empty: stay inside this directory
 };
 
 // What FileSystem::stat tells of a path (without following a final

@@ -36,16 +36,16 @@ Subject::~Subject() = default;
 
 void Subject::connect(Observer& observer) {
   observers_.insert(&observer);
-  VORN_DEBUG_TRACE(3, "Subject::connect " << typeid(*this).name() << " at " << static_cast<const void*>(this)
-                                          << " to " << typeid(observer).name() << " at "
-                                          << static_cast<const void*>(&observer));
+  VORN_DEBUG_TRACE(3, "Subject::connect "
+                          << typeid(*this).name() << " at " << static_cast<const void*>(this) << " to "
+                          << typeid(observer).name() << " at " << static_cast<const void*>(&observer));
 }
 
 void Subject::disconnect(Observer& observer) {
   observers_.erase(&observer);
-  VORN_DEBUG_TRACE(3, "Subject::disconnect " << typeid(*this).name() << " at " << static_cast<const void*>(this)
-                                             << " to " << typeid(observer).name() << " at "
-                                             << static_cast<const void*>(&observer));
+  VORN_DEBUG_TRACE(3, "Subject::disconnect "
+                          << typeid(*this).name() << " at " << static_cast<const void*>(this) << " to "
+                          << typeid(observer).name() << " at " << static_cast<const void*>(&observer));
 }
 
 bool Subject::changed() const { return changed_; }
@@ -54,7 +54,8 @@ bool Subject::is_connected(const Observer& observer) const { return observers_.c
 
 void Subject::notify() {
   if (!changed()) {
-    VORN_DEBUG_TRACE(3, "Subject::notify " << typeid(*this).name() << " at " << static_cast<const void*>(this)
+    VORN_DEBUG_TRACE(3, "Subject::notify " << typeid(*this).name() << " at "
+                                           << static_cast<const void*>(this)
                                            << " - changed was false - nothing to notify");
     return;
   }

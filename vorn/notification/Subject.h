@@ -24,8 +24,9 @@
 // it in address order.
 //
 // Every operation writes a debug trace line of level 3 through VornLog (the
-// operation, the dynamic type name as typeid reports it, " at " and the
-// address), formatted only when that level is enabled.
+// operation, the dynamic type name decoded to source form, such as
+// "vorn::ProgressMonitor", then " at " and the address), formatted only when
+// that level is enabled.
 //
 // Nothing here throws except std::bad_alloc and what observers' update()
 // throws; an exception from an observer ends the walk, the remaining

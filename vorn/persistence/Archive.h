@@ -5,10 +5,16 @@
 // stored either as big-endian IEEE images (NATIVE_FORMAT, the default) or in
 // the library's portable packed form (PORTABLE_FORMAT):
 //
-//   char, unsigned char, bool   1 byte (bool written as 0 or 1)
+//   char, signed char,          1 byte (bool written as 0 or 1)
+//   unsigned char, bool
 //   short, unsigned short       2 bytes
 //   int, unsigned int           4 bytes
-//   long, unsigned long         4 bytes (the value taken as 32 bits)
+//   long, unsigned long         4 bytes, whatever the host's width: a value
+//                               outside the 32-bit range of its signedness
+//                               is refused (std::out_of_range)
+//   long long,                  8 bytes; use these for std::int64_t,
+//   unsigned long long          std::size_t and other 64-bit values, which
+//                               are `long` on 64-bit Linux
 //   float                       4 bytes: IEEE single, or one packed word
 //   double                      8 bytes: IEEE double, or two packed words
 //   long double                 native: the 12-byte x87 extended image, byte
@@ -29,8 +35,18 @@
 //   in >> n >> x >> b;
 //   if (in.failed()) { /* the file was shorter than expected */ }
 //
-// The archive adds no buffering or positioning of its own beyond the C
-// stdio stream's: once an archive is closed, another can read what it wrote.
+// An archive reads and writes through a Device: a FileDevice for the
+// file-name constructor and open(), or any device the caller hands in, such
+// as a MemoryDevice:
+//
+//   vorn::MemoryDevice memory;
+//   vorn::Archive out(memory, vorn::Archive::WRITE);
+//   out << 42;
+//   out.close();                               // flushes into the device
+//   std::string bytes = memory.take();         // 00 00 00 2A
+//
+// Writes are buffered by the device until close(), sync() or the end of the
+// archive; once an archive is closed, another can read what it wrote.
 //
 // Reads are not checked by the operators themselves. A read past the end of
 // the file leaves a one-byte target unchanged and fills a wider target from
@@ -39,19 +55,25 @@
 // and to refuse lengths that the file cannot hold.
 //
 // Throws std::invalid_argument from open() (and so from the constructor) for
-// a mode with both format bits ("Archive::open: all formats specified") or a
-// file that cannot be opened ("Archive::open: Couldn't open file: <name>"),
-// and from a portable write of an infinity or NaN; std::runtime_error from
-// a read or write on a closed archive.
+// a mode with both format bits ("Archive::open: all formats specified"), a
+// file that cannot be opened ("Archive::open: Couldn't open file: <name>")
+// or a null device ("Archive::open: no device"),
+// and from a portable write of an infinity or NaN; std::out_of_range
+// ("Archive::operator<<: long value <v> does not fit in 4 bytes", also from
+// write_array, before any value of the run is written) for a long or
+// unsigned long beyond 32 bits; std::runtime_error from
+// a read, write or sync on a closed archive. Failures of the device are not
+// thrown: they set failed(), and last_error() keeps the system's reason.
 #ifndef VORN_PERSISTENCE_ARCHIVE_H_
 #define VORN_PERSISTENCE_ARCHIVE_H_
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
+#include <memory>
 #include <string>
 
 #include "vorn/foundation/Export.h"
+#include "vorn/io/Device.h"
 
 namespace vorn {
 
@@ -64,29 +86,49 @@ class VORN_API Archive {
 
   // Opens `file_name` as open() does.
   Archive(const std::string& file_name, unsigned int mode);
+  // Reads and writes `device`, which must outlive the archive (or its
+  // close()), from the device's position.
+  Archive(Device& device, unsigned int mode);
+  // Reads and writes `device`, which the archive closes and destroys.
+  Archive(std::unique_ptr<Device> device, unsigned int mode);
   virtual ~Archive();
 
   Archive(const Archive&) = delete;
   Archive& operator=(const Archive&) = delete;
 
-  // Closes any open file, then opens `file_name`: READ alone with "rb",
-  // WRITE alone with "wb" (truncating), READ | WRITE with "r+b", creating the
-  // file with "w+b" when it does not exist. Adds NATIVE_FORMAT when no format
-  // bit is given. On failure the archive is left closed.
+  // Closes any open file, then opens `file_name` through a FileDevice:
+  // READ alone opens an existing file for reading, WRITE alone creates or
+  // truncates it, READ | WRITE opens it for both, creating it when it does
+  // not exist. Adds NATIVE_FORMAT when no format bit is given. On failure
+  // the archive is left closed.
   void open(const std::string& file_name, unsigned int mode);
+  // As the constructors on devices; READ and WRITE are only recorded in
+  // mode(): the device decides what it accepts.
+  void open(Device& device, unsigned int mode);
+  void open(std::unique_ptr<Device> device, unsigned int mode);
 
-  // Closes the file if one is open; otherwise does nothing.
+  // Flushes the pending writes and closes the device the archive owns (a
+  // device handed in by reference is only flushed); otherwise does nothing.
+  // A failure shows in failed() and last_error().
   void close() noexcept;
 
-  bool is_open() const noexcept { return file_ != nullptr; }
+  // Flushes the pending writes and makes them durable (File::sync for a
+  // file). Returns false, and sets failed() and last_error(), on a failure.
+  bool sync();
+
+  bool is_open() const noexcept { return device_ != nullptr; }
 
   // The mode given to open(), completed with the default format bit.
   unsigned int mode() const noexcept { return mode_; }
   bool portable() const noexcept { return (mode_ & PORTABLE_FORMAT) != 0; }
 
-  // True once a read came up short or a write was refused by the C library,
-  // until the next open().
+  // True once a read came up short or the device refused a write, a flush
+  // or a sync, until the next open() (close() keeps it).
   bool failed() const noexcept { return failed_; }
+
+  // The errno value of the device's last failure (for example ENOSPC), 0
+  // when none failed since open().
+  int last_error() const noexcept { return last_error_; }
 
   // True when no byte is left to read.
   bool at_end() const noexcept { return bytes_remaining() == 0; }
@@ -96,6 +138,7 @@ class VORN_API Archive {
   std::uint64_t bytes_remaining() const noexcept { return size_ > position_ ? size_ - position_ : 0; }
 
   Archive& operator<<(char value);
+  Archive& operator<<(signed char value);
   Archive& operator<<(unsigned char value);
   Archive& operator<<(bool value);
   Archive& operator<<(short value);
@@ -104,11 +147,14 @@ class VORN_API Archive {
   Archive& operator<<(unsigned int value);
   Archive& operator<<(long value);
   Archive& operator<<(unsigned long value);
+  Archive& operator<<(long long value);
+  Archive& operator<<(unsigned long long value);
   Archive& operator<<(float value);
   Archive& operator<<(double value);
   Archive& operator<<(long double value);
 
   Archive& operator>>(char& value);
+  Archive& operator>>(signed char& value);
   Archive& operator>>(unsigned char& value);
   Archive& operator>>(bool& value);
   Archive& operator>>(short& value);
@@ -117,13 +163,16 @@ class VORN_API Archive {
   Archive& operator>>(unsigned int& value);
   Archive& operator>>(long& value);
   Archive& operator>>(unsigned long& value);
+  Archive& operator>>(long long& value);
+  Archive& operator>>(unsigned long long& value);
   Archive& operator>>(float& value);
   Archive& operator>>(double& value);
   Archive& operator>>(long double& value);
 
   // Runs of values: the bytes are exactly those of `count` single writes, but
-  // converted through a buffer and handed to the C library in large pieces.
+  // converted straight into the device's buffer in large pieces.
   void write_array(const char* values, std::size_t count);
+  void write_array(const signed char* values, std::size_t count);
   void write_array(const unsigned char* values, std::size_t count);
   void write_array(const bool* values, std::size_t count);
   void write_array(const short* values, std::size_t count);
@@ -132,6 +181,8 @@ class VORN_API Archive {
   void write_array(const unsigned int* values, std::size_t count);
   void write_array(const long* values, std::size_t count);
   void write_array(const unsigned long* values, std::size_t count);
+  void write_array(const long long* values, std::size_t count);
+  void write_array(const unsigned long long* values, std::size_t count);
   void write_array(const float* values, std::size_t count);
   void write_array(const double* values, std::size_t count);
   void write_array(const long double* values, std::size_t count);
@@ -139,6 +190,7 @@ class VORN_API Archive {
   // Reads `count` values as `count` single reads would. Returns the number of
   // values read completely; the rest are left as a single read leaves them.
   std::size_t read_array(char* values, std::size_t count);
+  std::size_t read_array(signed char* values, std::size_t count);
   std::size_t read_array(unsigned char* values, std::size_t count);
   std::size_t read_array(bool* values, std::size_t count);
   std::size_t read_array(short* values, std::size_t count);
@@ -147,6 +199,8 @@ class VORN_API Archive {
   std::size_t read_array(unsigned int* values, std::size_t count);
   std::size_t read_array(long* values, std::size_t count);
   std::size_t read_array(unsigned long* values, std::size_t count);
+  std::size_t read_array(long long* values, std::size_t count);
+  std::size_t read_array(unsigned long long* values, std::size_t count);
   std::size_t read_array(float* values, std::size_t count);
   std::size_t read_array(double* values, std::size_t count);
   std::size_t read_array(long double* values, std::size_t count);
@@ -161,6 +215,10 @@ class VORN_API Archive {
   std::size_t read_bytes(std::string& text, std::size_t size);
 
  private:
+  void attach(Device& device, unsigned int mode);
+  void set_mode(unsigned int mode);
+  void note_failure() noexcept;
+  void zero_rest(unsigned char* data, std::size_t size, std::size_t got) noexcept;
   template <class T>
   void write_integer(T value);
   template <class T>
@@ -178,9 +236,11 @@ class VORN_API Archive {
   template <std::size_t Width, class Decode>
   std::size_t read_encoded(std::size_t count, Decode decode);
 
-  std::FILE* file_ = nullptr;
+  Device* device_ = nullptr;
+  std::unique_ptr<Device> owned_device_;
   unsigned int mode_ = 0;
   bool failed_ = false;
+  int last_error_ = 0;
   std::uint64_t size_ = 0;
   std::uint64_t position_ = 0;
 };

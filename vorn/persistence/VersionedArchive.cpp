@@ -1,10 +1,16 @@
 #include "vorn/persistence/VersionedArchive.h"
 
 #include <stdexcept>
+#include <utility>
 
 namespace vorn {
 
 VersionedArchive::VersionedArchive(const std::string& file_name, unsigned int mode) : Archive(file_name, mode) {}
+
+VersionedArchive::VersionedArchive(Device& device, unsigned int mode) : Archive(device, mode) {}
+
+VersionedArchive::VersionedArchive(std::unique_ptr<Device> device, unsigned int mode)
+    : Archive(std::move(device), mode) {}
 
 bool VersionedArchive::is_versioned(const Archive& archive) noexcept {
   return dynamic_cast<const VersionedArchive*>(&archive) != nullptr;

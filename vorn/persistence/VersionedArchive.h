@@ -21,6 +21,7 @@
 #define VORN_PERSISTENCE_VERSIONEDARCHIVE_H_
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "vorn/foundation/Export.h"
@@ -34,6 +35,9 @@ class VORN_API VersionedArchive : public Archive {
 
   // Opens the file as Archive does; file_version starts as current_version.
   VersionedArchive(const std::string& file_name, unsigned int mode);
+  // On a device, as Archive's constructors.
+  VersionedArchive(Device& device, unsigned int mode);
+  VersionedArchive(std::unique_ptr<Device> device, unsigned int mode);
 
   // True exactly when `archive` is dynamically a VersionedArchive.
   static bool is_versioned(const Archive& archive) noexcept;

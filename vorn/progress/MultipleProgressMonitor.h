@@ -5,8 +5,8 @@
 // percentages and the percentage is their mean, rounded down. Its own
 // displays are notified whenever that sum changes:
 //
-//   vorn::THandle<vorn::ProgressMonitor> read(new vorn::ProgressMonitor);
-//   vorn::THandle<vorn::ProgressMonitor> fit(new vorn::ProgressMonitor);
+//   auto read = vorn::make_handle<vorn::ProgressMonitor>();
+//   auto fit = vorn::make_handle<vorn::ProgressMonitor>();
 //   vorn::MultipleProgressMonitor overall({read, fit});
 //   vorn::TextProgressDisplay bar(overall);
 //   read->set_steps(2); read->set_progress(1);    // 50% + 0%

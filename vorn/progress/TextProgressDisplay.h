@@ -30,23 +30,32 @@
 // line feed when the display is destroyed, so later output starts on a line
 // of its own.
 //
+// A terminal bar registers itself as a VornLog status line while it exists,
+// so that a log line written to the same terminal meanwhile is not glued onto
+// the bar: the bar is erased, the log line written, and the bar drawn again
+// beneath it (see VornLog). The bar shares a terminal with a log stream when
+// both are the same stream, or when they are standard output and standard
+// error on the same terminal device.
+//
 // The monitor and the stream are borrowed and must outlive the display.
 // Nothing here throws except std::bad_alloc and what the stream throws when
 // its exceptions are enabled (never from the destructor).
 #ifndef VORN_PROGRESS_TEXTPROGRESSDISPLAY_H_
 #define VORN_PROGRESS_TEXTPROGRESSDISPLAY_H_
 
+#include <cstddef>
 #include <iostream>
 #include <ostream>
 #include <string>
 
 #include "vorn/foundation/Export.h"
+#include "vorn/foundation/VornLog.h"
 #include "vorn/notification/Observer.h"
 #include "vorn/progress/ProgressMonitorDisplayInterface.h"
 
 namespace vorn {
 
-class VORN_API TextProgressDisplay : public Observer {
+class VORN_API TextProgressDisplay : public Observer, public VornLog::StatusLine {
  public:
   enum class Mode { automatic, terminal, plain };
 
@@ -65,17 +74,26 @@ class VORN_API TextProgressDisplay : public Observer {
 
   void update(Subject* subject, const UpdateFlags& flags) override;
 
+  // VornLog::StatusLine: a terminal bar on screen is erased for a log line
+  // written to the same terminal and drawn again after it.
+  bool shares_output_with(const std::ostream& out) const override;
+  void hide() noexcept override;
+  void show() noexcept override;
+
  private:
   void draw_bar(int percentage);
+  std::string bar_text(int percentage) const;
   void write_line(int percentage);
 
   ProgressMonitorDisplayInterface& monitor_;
   std::ostream& out_;
   std::string label_;
   bool terminal_;
-  bool drawn_ = false;      // something has been shown since construction
-  int shown_ = 0;           // the percentage last drawn, or its tenth in plain mode
-  bool line_open_ = false;  // a bar is on screen without its line feed
+  bool drawn_ = false;           // something has been shown since construction
+  int shown_ = 0;                // the percentage last drawn, or its tenth in plain mode
+  bool line_open_ = false;       // a bar is on screen without its line feed
+  bool hidden_ = false;          // the bar was erased for a log line
+  std::size_t shown_width_ = 0;  // characters of the bar on screen
 };
 
 }  // namespace vorn

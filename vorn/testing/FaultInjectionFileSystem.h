@@ -28,6 +28,9 @@
 //     check_files();                 // only what was durable after operation k
 //   }
 //
+// OpenOptions, OpenOptions::beneath included, reach the wrapped file system
+// unchanged, so a link refused there is refused here too.
+//
 // A failed or refused operation throws FileError with the chosen errno (EIO
 // after a crash), the usual "<Class>::<operation>: <path>" message, and has
 // no effect on the files; a failed File::close still releases the file.

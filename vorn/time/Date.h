@@ -25,6 +25,28 @@
 // stepping forward), or step a field past the range of int, the step throws
 // std::out_of_range and leaves the date unchanged.
 //
+// Calendar arithmetic counts whole days on the proleptic Gregorian calendar
+// (year 0 is the year before 1, and a leap year):
+//
+//   vorn::Date due = vorn::Date(30, 1, 2024) + 30;     // 29.2.2024
+//   due -= 365;                                         // 1.3.2023
+//   std::int64_t late = vorn::Date::today() - due;      // days, signed
+//   due.weekday();                                      // Weekday::wednesday
+//   due.to_iso_string();                                // "2023-03-01"
+//   vorn::Date::from_iso("2024-02-29");                 // 29.2.2024
+//   due.days_since_epoch();                             // 19417 (1970-01-01 is 0)
+//   vorn::Date::from_time_point(std::chrono::system_clock::now());  // UTC day
+//
+// These need a valid date (is_valid(): month 1..12, day within that month of
+// that year) and throw std::invalid_argument "Date::<operation>: not a valid
+// date: 0.0.0" for the null date or an invalid date read from an archive.
+// A result outside the years an int can hold throws std::out_of_range
+// ("Date::operator+: ...") and leaves the date unchanged. from_iso reads
+// exactly YYYY-MM-DD, or a sign and four or more year digits for years
+// outside 0..9999 ("-0044-03-15", "+12345-01-01", as to_iso_string writes
+// them), and throws std::invalid_argument "Date::from_iso: not a date:
+// '<text>'" for anything else, impossible days included.
+//
 // Throws std::invalid_argument "Date::Date: Invalid day." and
 // "Date::Date: Invalid month." from the constructor and setters, leaving the
 // date unchanged; std::runtime_error "This system cannot provide the date.
@@ -34,14 +56,22 @@
 #ifndef VORN_TIME_DATE_H_
 #define VORN_TIME_DATE_H_
 
+#include <chrono>
 #include <cstdint>
 #include <ostream>
+#include <string>
 
 #include "vorn/foundation/Export.h"
 
 namespace vorn {
 
 class Archive;
+
+// Days of the week, numbered as ISO 8601 does (Monday 1 to Sunday 7).
+enum class Weekday : int { monday = 1, tuesday, wednesday, thursday, friday, saturday, sunday };
+
+// "Monday" ... "Sunday"; "?" for a value outside the enumeration.
+VORN_API const char* weekday_name(Weekday day) noexcept;
 
 class VORN_API Date {
  public:
@@ -79,6 +109,33 @@ class VORN_API Date {
   Date operator++(int);
   Date operator--(int);
 
+  // True when the month is 1..12 and the day exists in that month of that
+  // year. The null date is not valid.
+  bool is_valid() const noexcept;
+
+  // Moves the date by `days` (negative moves back).
+  Date& operator+=(std::int64_t days);
+  Date& operator-=(std::int64_t days);
+
+  Weekday weekday() const;
+
+  // Days from 1970-01-01 (day 0) to this date, negative before it; the
+  // count std::chrono::sys_days holds in later language versions.
+  std::int64_t days_since_epoch() const;
+  static Date from_days_since_epoch(std::int64_t days);
+
+  // Midnight UTC at the start of this date; std::out_of_range when the
+  // clock's time_point cannot hold it (about 292 years either side of 1970
+  // with a nanosecond clock).
+  std::chrono::system_clock::time_point to_time_point() const;
+  // The UTC calendar date on which `time` falls.
+  static Date from_time_point(std::chrono::system_clock::time_point time);
+
+  // "YYYY-MM-DD"; years outside 0..9999 carry a sign and at least four
+  // digits ("-0001-12-31", "+10000-01-01").
+  std::string to_iso_string() const;
+  static Date from_iso(const std::string& text);
+
   bool operator==(const Date& other) const noexcept {
     return day_ == other.day_ && month_ == other.month_ && year_ == other.year_;
   }
@@ -93,6 +150,13 @@ class VORN_API Date {
   void read(Archive& archive);
 
  private:
+  friend std::int64_t operator-(const Date& later, const Date& earlier);
+
+  // The days-since-epoch of a valid date; throws naming `operation` when
+  // the date is not valid.
+  std::int64_t checked_days(const char* operation) const;
+  static Date from_days(std::int64_t days, const char* operation);
+
   std::int32_t day_ = 0;
   std::int32_t month_ = 0;
   std::int32_t year_ = 0;
@@ -103,6 +167,14 @@ VORN_API bool operator>(const Date& a, const Date& b) noexcept;
 VORN_API bool operator>=(const Date& a, const Date& b) noexcept;
 VORN_API bool operator<(const Date& a, const Date& b) noexcept;
 VORN_API bool operator<=(const Date& a, const Date& b) noexcept;
+
+// The date `days` later (`d + n`, `n + d`) or earlier (`d - n`).
+VORN_API Date operator+(Date date, std::int64_t days);
+VORN_API Date operator+(std::int64_t days, Date date);
+VORN_API Date operator-(Date date, std::int64_t days);
+// The number of days from `earlier` to `later`: negative when `later` comes
+// first, so that earlier + (later - earlier) == later.
+VORN_API std::int64_t operator-(const Date& later, const Date& earlier);
 
 // Prints as Date::print does.
 VORN_API std::ostream& operator<<(std::ostream& out, const Date& date);

@@ -3,6 +3,8 @@
 #include <ctime>
 #include <iostream>
 
+#include "vorn/time/detail/ElapsedLine.h"
+
 namespace vorn {
 
 ElapsedTimer::ElapsedTimer(const std::string& label, OutputFormat format) : label_(label), format_(format) {
@@ -12,20 +14,7 @@ ElapsedTimer::ElapsedTimer(const std::string& label, OutputFormat format) : labe
 
 ElapsedTimer::~ElapsedTimer() {
   const double seconds = timer_.duration(static_cast<long>(std::clock()));
-  try {
-    switch (format_) {
-      case verbose:
-        std::cout << "Elapsed time for '" << label_ << "' = " << Timer::format(seconds) << '.' << std::endl;
-        break;
-      case tab_separated:
-        std::cout << label_ << '\t' << seconds << std::endl;
-        break;
-      default:
-        break;
-    }
-  } catch (...) {
-    // Standard output set to throw on failure must not end the program here.
-  }
+  detail::write_elapsed_line(std::cout, "time", label_, format_, seconds);
 }
 
 }  // namespace vorn

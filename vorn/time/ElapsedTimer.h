@@ -18,7 +18,8 @@
 // seconds as a double in the stream's default form (six significant digits),
 // convenient for collecting figures in a spreadsheet. Any other OutputFormat
 // value prints nothing. Only processor time counts: sleeping or waiting for
-// input does not advance the clock.
+// input does not advance the clock; ElapsedWallTimer measures the time that
+// passed on the wall clock instead.
 //
 // Construction throws only std::bad_alloc (copying the label); the destructor
 // never throws: a failure of standard output is swallowed.

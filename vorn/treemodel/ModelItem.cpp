@@ -1,8 +1,15 @@
 #include "vorn/treemodel/ModelItem.h"
 
+#include <cstdint>
 #include <utility>
 
 namespace vorn {
+
+namespace {
+
+std::uint64_t identifier_generation_counter = 0;
+
+}  // namespace
 
 DatabaseEntryIdentifier ModelItem::identifier() const { return identifier_; }
 
@@ -35,7 +42,12 @@ THandle<Attribute> ModelItem::attribute_from_source(THandle<AttributeSupplier> s
   return supplier->attribute(*this);
 }
 
-void ModelItem::set_identifier(const DatabaseEntryIdentifier& identifier) { identifier_ = identifier; }
+void ModelItem::set_identifier(const DatabaseEntryIdentifier& identifier) {
+  identifier_ = identifier;
+  if (indexed_by_model_) ++identifier_generation_counter;
+}
+
+std::uint64_t ModelItem::identifier_generation() noexcept { return identifier_generation_counter; }
 
 void ModelItem::clear_cached_attributes() noexcept { cache_.clear(); }
 

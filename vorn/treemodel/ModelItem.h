@@ -18,6 +18,7 @@
 #ifndef VORN_TREEMODEL_MODELITEM_H_
 #define VORN_TREEMODEL_MODELITEM_H_
 
+#include <cstdint>
 #include <map>
 #include <vector>
 
@@ -65,13 +66,24 @@ class VORN_API ModelItem : public IdentifierProvider {
 
   // Replaces the identifier; the cache is kept.
   void set_identifier(const DatabaseEntryIdentifier& identifier);
+
+  // A number that changes whenever set_identifier is called on an item
+  // whose identifier a model has indexed, so that the model can tell
+  // whether what it indexed may have changed behind its back.
+  static std::uint64_t identifier_generation() noexcept;
+
   void clear_cached_attributes() noexcept;
   bool is_cache_empty() const noexcept;
   int ncached_attributes() const noexcept;
 
  private:
+  friend class TreeModel;
+
   DatabaseEntryIdentifier identifier_;
   std::map<THandle<AttributeSupplier>, THandle<Attribute>> cache_;
+  // Set once a model has put the identifier in an index; renaming items
+  // no model has indexed (such as new ones) leaves the generation alone.
+  bool indexed_by_model_ = false;
 };
 
 }  // namespace vorn

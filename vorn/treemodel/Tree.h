@@ -21,11 +21,28 @@
 // position of another tree or an erased node is undefined (`is_valid` tells
 // the sentinels and null positions apart).
 //
-// Each node is one allocation from the node allocator (`Allocator`, rebound
-// to tree_node_<T>), its payload constructed in place. Nothing else is
-// allocated per node. Deep trees are safe: copying, erasing and destruction
-// walk the tree iteratively, so a chain of a million nodes does not exhaust
-// the stack. Moving a tree is O(1).
+// The nodes live in a store owned by the tree: blocks of nodes taken from
+// the node allocator (`Allocator`, rebound to tree_node_<T>), growing
+// geometrically, each payload constructed in place. Erased nodes go to a
+// free list that later insertions reuse; clear(), compact() and destruction
+// give the blocks back. Nothing is allocated per node. A copy lays its
+// nodes out in pre-order in one block, and `compact()` does the same for
+// the tree itself, so that a pre-order walk reads memory front to back
+// however the tree was built:
+//
+//   tree.compact();   // every position except end() is now invalid
+//
+// Positions stay valid until their node is erased, the tree is cleared, or
+// compact() is called; moving or swapping trees keeps them (the nodes go
+// with the store). Deep trees are safe: copying, erasing, compacting and
+// destruction walk the tree iteratively, so a chain of a million nodes
+// does not exhaust the stack. Moving a tree is O(1).
+//
+// `modification_count()` changes with every structural change (a node
+// linked, unlinked or moved, the tree cleared, moved, swapped or
+// compacted), so that a client can tell whether knowledge it derived from
+// the structure is still current. Replacing a payload through a position
+// (`*it = x`) is not a structural change.
 //
 // Exceptions: whatever copying T or the allocator throws; a failed insertion
 // or copy leaves the tree as it was. A comparator that throws during `sort`
@@ -35,6 +52,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <iterator>
 #include <memory>
@@ -344,8 +362,10 @@ class Tree {
     // undefined, as for the standard containers.
     node_type* first = empty() ? nullptr : head_.next_sibling;
     node_type* last = tail_.prev_sibling;
+    Store mine = std::exchange(store_, Store());
     head_initialise_();
     steal_(other);
+    other.store_ = std::move(mine);
     if (first != nullptr) {
       first->prev_sibling = &other.head_;
       last->next_sibling = &other.tail_;
@@ -383,6 +403,12 @@ class Tree {
   }
 
   bool empty() const noexcept { return head_.next_sibling == &tail_; }
+
+  // Changes with every structural change; see the class comment.
+  std::uint64_t modification_count() const noexcept { return modification_count_; }
+
+  // The number of nodes the store holds, in use or free.
+  size_type capacity() const noexcept { return store_.capacity; }
 
   // The number of ancestors: 0 for a top-level node.
   template <bool C>
@@ -531,12 +557,42 @@ class Tree {
     }
   }
 
+  // Destroys every payload and gives the store's blocks back.
   void clear() noexcept {
-    while (head_.next_sibling != &tail_) {
-      node_type* n = head_.next_sibling;
-      unlink_(n);
-      destroy_subtree_(n);
+    destroy_payloads_();
+    head_initialise_();
+    release_store_(store_);
+    ++modification_count_;
+  }
+
+  // Moves every node to a new block in pre-order, so that a pre-order walk
+  // reads the nodes front to back, and gives the old blocks (and the free
+  // nodes in them) back. Payloads are moved (copied when their move may
+  // throw). Every position except end() becomes invalid. If copying a
+  // payload throws, the tree is left as it was.
+  void compact() {
+    const size_type n = size();
+    std::vector<node_type*> roots;
+    roots.reserve(static_cast<size_type>(std::distance(top_level_begin(), top_level_end())));
+    Store old = std::exchange(store_, Store());  // new nodes now come from a new store
+    try {
+      reserve_(store_, n);
+      for (node_type* r = head_.next_sibling; r != &tail_; r = r->next_sibling) {
+        roots.push_back(copy_subtree_(r, [](const node_type* source) -> decltype(auto) {
+          return std::move_if_noexcept(const_cast<node_type*>(source)->data);
+        }));
+      }
+    } catch (...) {
+      for (node_type* r : roots) destroy_subtree_(r);
+      release_store_(store_);
+      store_ = std::exchange(old, Store());
+      throw;
     }
+    destroy_payloads_();
+    release_store_(old);
+    head_initialise_();
+    for (node_type* r : roots) link_before_node_(&tail_, r);
+    ++modification_count_;
   }
 
   // Merges the siblings [from, from_end) into [to, to_end). For each `f` in
@@ -646,6 +702,10 @@ class Tree {
   // Takes over `other`'s top-level list; `this` must be empty. Only the first
   // and last top-level nodes point at the sentinels, so only they change.
   void steal_(Tree& other) noexcept {
+    release_store_(store_);
+    store_ = std::exchange(other.store_, Store());
+    ++modification_count_;
+    ++other.modification_count_;
     if (other.empty()) return;
     node_type* first = other.head_.next_sibling;
     node_type* last = other.tail_.prev_sibling;
@@ -658,6 +718,7 @@ class Tree {
 
   void copy_top_level_from_(const Tree& other) {
     try {
+      reserve_(store_, other.size());
       for (const node_type* n = other.head_.next_sibling; n != &other.tail_; n = n->next_sibling) {
         link_before_node_(&tail_, copy_subtree_(n));
       }
@@ -667,24 +728,99 @@ class Tree {
     }
   }
 
+  // The node store: blocks of nodes from the allocator, the never-used
+  // rest of the newest block, and a free list of erased nodes linked through
+  // next_sibling. Nodes on the free list and in the unused rest hold no
+  // payload.
+  struct Block {
+    node_type* nodes;
+    size_type count;
+  };
+  struct Store {
+    std::vector<Block> blocks;
+    node_type* free = nullptr;
+    node_type* unused = nullptr;
+    node_type* unused_end = nullptr;
+    size_type capacity = 0;
+  };
+  static constexpr size_type kFirstBlock = 16;
+  static constexpr size_type kLargestBlock = size_type(1) << 16;
+
+  // Adds a block of `count` nodes to `store` and makes it the unused rest.
+  void add_block_(Store& store, size_type count) {
+    store.blocks.reserve(store.blocks.size() + 1);
+    node_type* nodes = NodeTraits::allocate(allocator_, count);
+    store.blocks.push_back(Block{nodes, count});
+    store.unused = nodes;
+    store.unused_end = nodes + count;
+    store.capacity += count;
+  }
+
+  // Makes room for `count` more nodes in one block, so that they are laid
+  // out in the order they are created.
+  void reserve_(Store& store, size_type count) {
+    const auto room = static_cast<size_type>(store.unused_end - store.unused);
+    if (count > room) add_block_(store, count);
+  }
+
+  void release_store_(Store& store) noexcept {
+    for (const Block& b : store.blocks) NodeTraits::deallocate(allocator_, b.nodes, b.count);
+    store = Store();
+  }
+
+  node_type* take_node_() {
+    node_type* n = store_.free;
+    if (n != nullptr) {
+      store_.free = n->next_sibling;
+      n->next_sibling = nullptr;
+      return n;
+    }
+    if (store_.unused == store_.unused_end) {
+      add_block_(store_, std::min(std::max(store_.capacity, kFirstBlock), kLargestBlock));
+    }
+    n = store_.unused++;
+    return ::new (static_cast<void*>(n)) node_type();
+  }
+
   template <class... Args>
   node_type* create_node_(Args&&... args) {
-    node_type* n = NodeTraits::allocate(allocator_, 1);
-    ::new (static_cast<void*>(n)) node_type();
+    node_type* n = take_node_();
     try {
       NodeTraits::construct(allocator_, std::addressof(n->data), std::forward<Args>(args)...);
     } catch (...) {
-      n->~node_type();
-      NodeTraits::deallocate(allocator_, n, 1);
+      give_back_(n);
       throw;
     }
     return n;
   }
 
+  void give_back_(node_type* n) noexcept {
+    n->parent = n->first_child = n->last_child = n->prev_sibling = nullptr;
+    n->next_sibling = store_.free;
+    store_.free = n;
+  }
+
   void destroy_node_(node_type* n) noexcept {
     NodeTraits::destroy(allocator_, std::addressof(n->data));
-    n->~node_type();
-    NodeTraits::deallocate(allocator_, n, 1);
+    give_back_(n);
+  }
+
+  // The node after `n` in a pre-order walk of the whole tree (tail_ at the end).
+  static node_type* pre_order_next_(node_type* n) noexcept {
+    if (n->first_child != nullptr) return n->first_child;
+    while (n->next_sibling == nullptr) n = n->parent;
+    return n->next_sibling;
+  }
+
+  // Destroys the payload of every linked node; the links stay.
+  void destroy_payloads_() noexcept {
+    if constexpr (!std::is_trivially_destructible_v<T>) {
+      for (node_type* n = head_.next_sibling; n != &tail_;) {
+        node_type* next = pre_order_next_(n);
+        NodeTraits::destroy(allocator_, std::addressof(n->data));
+        n = next;
+      }
+    }
   }
 
   // Frees a detached subtree, children before parents, without recursion:
@@ -708,14 +844,20 @@ class Tree {
   // Copies `source` and its descendants into a new detached subtree, walking
   // the source in pre-order. A failed copy frees what was made so far.
   node_type* copy_subtree_(const node_type* source) {
-    node_type* root = create_node_(source->data);
+    return copy_subtree_(source, [](const node_type* s) -> const T& { return s->data; });
+  }
+
+  // The same, with the payloads made from `payload(source_node)`.
+  template <class Payload>
+  node_type* copy_subtree_(const node_type* source, Payload payload) {
+    node_type* root = create_node_(payload(source));
     try {
       const node_type* s = source;
       node_type* d = root;
       for (;;) {
         if (s->first_child != nullptr) {
           s = s->first_child;
-          d = link_last_child_(d, create_node_(s->data));
+          d = link_last_child_(d, create_node_(payload(s)));
           continue;
         }
         while (s != source && s->next_sibling == nullptr) {
@@ -724,7 +866,7 @@ class Tree {
         }
         if (s == source) break;
         s = s->next_sibling;
-        d = link_last_child_(d->parent, create_node_(s->data));
+        d = link_last_child_(d->parent, create_node_(payload(s)));
       }
     } catch (...) {
       destroy_subtree_(root);
@@ -736,6 +878,7 @@ class Tree {
   // Points the neighbours and the parent of a node that already knows its
   // place at it.
   void relink_neighbours_(node_type* n) noexcept {
+    ++modification_count_;
     if (n->prev_sibling != nullptr) {
       n->prev_sibling->next_sibling = n;
     } else if (n->parent != nullptr) {
@@ -749,6 +892,7 @@ class Tree {
   }
 
   void unlink_(node_type* n) noexcept {
+    ++modification_count_;
     if (n->prev_sibling != nullptr) {
       n->prev_sibling->next_sibling = n->next_sibling;
     } else if (n->parent != nullptr) {
@@ -811,6 +955,7 @@ class Tree {
         for (node_type* n = first; n != stop; n = n->next_sibling) nodes.push_back(n);
         if (nodes.size() > 1) {
           order(nodes);
+          ++modification_count_;
           node_type* parent = first->parent;
           node_type* before = first->prev_sibling;
           node_type* prev = before;
@@ -847,6 +992,8 @@ class Tree {
   NodeAllocator allocator_;
   node_type head_;
   node_type tail_;
+  Store store_;
+  std::uint64_t modification_count_ = 0;
 };
 
 template <class T, class Allocator>

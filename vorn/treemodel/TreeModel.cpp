@@ -45,25 +45,31 @@ TreeModel::~TreeModel() = default;
 THandle<TreeModel> TreeModel::clone() const { return THandle<TreeModel>(new TreeModel(*this)); }
 
 TreeModel::pre_order_iterator TreeModel::insert(THandle<ModelItem> item) {
-  if (duplicate_checking_) ensure_unique_identifier(item, top_level_begin(), top_level_end());
-  return tree_.insert(tree_.begin(), std::move(item));
+  if (!duplicate_checking_) return tree_.insert(tree_.begin(), std::move(item));
+  const bool indexed = make_unique_(item, top_level_begin(), top_level_end(), true);
+  const pre_order_iterator result = tree_.insert(tree_.begin(), item);
+  if (indexed) note_insertion_(item, end().node());
+  return result;
 }
 
 TreeModel::pre_order_iterator TreeModel::insert_after(pre_order_iterator position, THandle<ModelItem> item) {
-  if (duplicate_checking_) {
-    if (depth(position) != 0) {
-      const pre_order_iterator parent = ModelItemTree::parent(position);
-      ensure_unique_identifier(item, parent.begin(), parent.end());
-    } else {
-      ensure_unique_identifier(item, top_level_begin(), top_level_end());
-    }
-  }
-  return tree_.insert_after(position, std::move(item));
+  if (!duplicate_checking_) return tree_.insert_after(position, std::move(item));
+  Node* const parent = position.node()->parent;
+  const bool indexed = parent != nullptr
+                           ? make_unique_(item, sibling_iterator(parent->first_child, parent),
+                                          sibling_iterator(nullptr, parent), true)
+                           : make_unique_(item, top_level_begin(), top_level_end(), true);
+  const pre_order_iterator result = tree_.insert_after(position, item);
+  if (indexed) note_insertion_(item, parent != nullptr ? parent : end().node());
+  return result;
 }
 
 TreeModel::pre_order_iterator TreeModel::append_child(pre_order_iterator position, THandle<ModelItem> item) {
-  if (duplicate_checking_) ensure_unique_identifier(item, position.begin(), position.end());
-  return tree_.append_child(position, std::move(item));
+  if (!duplicate_checking_) return tree_.append_child(position, std::move(item));
+  const bool indexed = make_unique_(item, position.begin(), position.end(), true);
+  const pre_order_iterator result = tree_.append_child(position, item);
+  if (indexed) note_insertion_(item, position.node());
+  return result;
 }
 
 TreeModel::pre_order_iterator TreeModel::remove(pre_order_iterator position) { return tree_.erase(position); }
@@ -91,13 +97,10 @@ void TreeModel::sort(sibling_iterator from, sibling_iterator to, bool deep) {
 // than search the siblings once per candidate, one pass notes which
 // candidates are taken: with k siblings at most k are, so the answer lies
 // in 0..k. Candidates are made as the DatabaseEntryIdentifier constructor
-// makes them (leading blanks dropped), and every length class up to the
-// answer is constructed so that the first over-long candidate raises the
-// size error with its own text, exactly as trying them in turn would.
-void TreeModel::ensure_unique_identifier(THandle<ModelItem> item, sibling_iterator first, sibling_iterator last) {
-  const DatabaseEntryIdentifier base = item->identifier();
+// makes them (leading blanks dropped).
+std::size_t TreeModel::free_counter_by_scanning_(const DatabaseEntryIdentifier& base, sibling_iterator first,
+                                                 sibling_iterator last) {
   const std::string prefix = without_leading_blanks(base.text()) + "_";
-
   std::vector<std::size_t> suffixes;
   std::size_t siblings = 0;
   bool base_taken = false;
@@ -110,22 +113,101 @@ void TreeModel::ensure_unique_identifier(THandle<ModelItem> item, sibling_iterat
       suffixes.push_back(n);
     }
   }
-  if (!base_taken) return;
-
+  if (!base_taken) return 0;
   std::vector<bool> taken(siblings + 1, false);
   for (std::size_t n : suffixes) {
     if (n <= siblings) taken[n] = true;
   }
   std::size_t counter = 1;
   while (taken[counter]) ++counter;
+  return counter;
+}
 
-  for (std::size_t power = 1; power <= counter; power *= 10) {
-    DatabaseEntryIdentifier(base.text() + "_" + std::to_string(power));
+// With the siblings' identifiers in a set, the first free counter is found
+// by probing from the first counter not yet known to be taken. Every
+// candidate probed is made by the DatabaseEntryIdentifier constructor, as
+// the plain search would make it, and the ones skipped were made by earlier
+// probes, so an over-long candidate raises the size error with the text the
+// plain search would raise it with.
+std::size_t TreeModel::free_counter_by_index_(const DatabaseEntryIdentifier& base) {
+  if (!index_.contains(base.text())) return 0;
+  std::size_t counter = index_.first_unknown_counter(base.text());
+  while (index_.contains(DatabaseEntryIdentifier(base.text() + "_" + std::to_string(counter)).text())) ++counter;
+  index_.note_taken_below(base.text(), counter);
+  return counter;
+}
+
+// The parent of the list that [first, last) covers completely (the tail for
+// the top level); null when the range is only part of a list.
+const void* TreeModel::whole_list_(sibling_iterator first, sibling_iterator last) const noexcept {
+  const Node* const tail = end().node();
+  if (last.node() == tail) return first.node() == tree_.begin().node() ? tail : nullptr;
+  if (last.node() != nullptr || last.parent_node() == nullptr) return nullptr;
+  return first.node() == last.parent_node()->first_child ? last.parent_node() : nullptr;
+}
+
+detail::SiblingIdentifierIndex::Stamp TreeModel::stamp_(const void* list) const noexcept {
+  return detail::SiblingIdentifierIndex::Stamp{list, tree_.modification_count(), ModelItem::identifier_generation()};
+}
+
+bool TreeModel::make_unique_(const THandle<ModelItem>& item, sibling_iterator first, sibling_iterator last,
+                             bool inserting) {
+  const DatabaseEntryIdentifier base = item->identifier();
+  const void* const list = whole_list_(first, last);
+  std::size_t counter = 0;
+  bool indexed = false;
+  if (list == nullptr || !index_.is_current(stamp_(list))) {
+    counter = free_counter_by_scanning_(base, first, last);
+    // Every length class up to the answer is made, so that the first
+    // over-long candidate raises the size error with its own text, exactly
+    // as trying the candidates in turn would.
+    for (std::size_t power = 1; power <= counter; power *= 10) {
+      DatabaseEntryIdentifier(base.text() + "_" + std::to_string(power));
+    }
+    if (list != nullptr) {
+      index_.track(stamp_(list));
+      indexed = true;
+    }
+  } else {
+    if (!index_.is_built()) {
+      index_.start_building();
+      try {
+        for (sibling_iterator it = first; it != last; ++it) {
+          (*it)->indexed_by_model_ = true;
+          index_.add(it->unhand(), (*it)->identifier().text());
+        }
+      } catch (...) {
+        index_.forget();
+        throw;
+      }
+    }
+    counter = free_counter_by_index_(base);
+    // An item inserted a second time is already a sibling: renaming it
+    // changes what the index knows.
+    indexed = !index_.holds(item.unhand());
   }
-  const DatabaseEntryIdentifier unique(base.text() + "_" + std::to_string(counter));
-  VORN_DEBUG_TRACE(3, "TreeModel::ensure_unique_identifier: '" << base.text() << "' becomes '" << unique.text()
-                                                                << "'");
-  item->set_identifier(unique);
+  if (counter != 0) {
+    const DatabaseEntryIdentifier unique(base.text() + "_" + std::to_string(counter));
+    VORN_DEBUG_TRACE(3, "TreeModel::ensure_unique_identifier: '" << base.text() << "' becomes '" << unique.text()
+                                                                  << "'");
+    item->set_identifier(unique);
+    // Renaming an item that is not in the list changes nothing the index
+    // knows.
+    if (indexed && inserting) index_.restamp(stamp_(list));
+  }
+  return indexed && inserting;
+}
+
+// Called right after an insertion into a list whose index was current
+// before it, so the insertion is the only change to account for.
+void TreeModel::note_insertion_(const THandle<ModelItem>& item, const void* list) {
+  if (index_.is_built()) item->indexed_by_model_ = true;
+  index_.add(item.unhand(), item->identifier().text());
+  index_.restamp(stamp_(list));
+}
+
+void TreeModel::ensure_unique_identifier(THandle<ModelItem> item, sibling_iterator first, sibling_iterator last) {
+  make_unique_(item, first, last, false);
 }
 
 TreeModel::pre_order_iterator TreeModel::merge_branch(const TreeModelBranch& branch) {

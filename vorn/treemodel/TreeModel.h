@@ -46,6 +46,7 @@
 #include "vorn/treemodel/TreeModelBranchIdentifiers.h"
 #include "vorn/treemodel/TreeModelRange.h"
 #include "vorn/treemodel/TreeModelSiblingRange.h"
+#include "vorn/treemodel/detail/SiblingIdentifierIndex.h"
 
 namespace vorn {
 
@@ -107,6 +108,11 @@ class VORN_API TreeModel {
   // equal identifiers; with `deep` every sorted item's children too.
   void sort(sibling_iterator from, sibling_iterator to, bool deep);
 
+  // Moves the items' nodes into one block in pre-order, so that walking the
+  // model reads memory front to back however it was built (a clone is laid
+  // out so already). Every position except end() becomes invalid.
+  void compact() { tree_.compact(); }
+
   // Affects later insert, insert_after and append_child calls only.
   void set_duplicate_checking(bool on) noexcept { duplicate_checking_ = on; }
   bool is_duplicate_checking_on() const noexcept { return duplicate_checking_; }
@@ -114,6 +120,15 @@ class VORN_API TreeModel {
   // Gives `item` the first of its identifier, identifier_1, identifier_2, ...
   // that no sibling in [first, last) carries. The item is changed only when
   // a suffix was needed; on an over-long result it is left unchanged.
+  //
+  // Repeated insertions into one sibling list do not rescan the siblings:
+  // the model keeps the list's identifiers in a hash set while nothing else
+  // changes, and looks at the siblings again after any structural change
+  // of the tree or any set_identifier on an item it indexed. The set cannot
+  // see an item replaced through a position (`*it = other`) or a derived
+  // item whose identifier() changes without set_identifier; after such a
+  // change, any structural change (or set_identifier) makes the model
+  // look again.
   void ensure_unique_identifier(THandle<ModelItem> item, sibling_iterator first, sibling_iterator last);
 
   // ---- Queries -------------------------------------------------------------
@@ -181,8 +196,21 @@ class VORN_API TreeModel {
  private:
   tree_type& mutable_tree_() const noexcept { return const_cast<tree_type&>(tree_); }
 
+  // Makes `item` unique among [first, last). `inserting`: the caller
+  // inserts the item into that list next. True when the sibling index is
+  // then current for the list, so that the insertion can be added to it.
+  bool make_unique_(const THandle<ModelItem>& item, sibling_iterator first, sibling_iterator last,
+                    bool inserting);
+  void note_insertion_(const THandle<ModelItem>& item, const void* list);
+  static std::size_t free_counter_by_scanning_(const DatabaseEntryIdentifier& base, sibling_iterator first,
+                                               sibling_iterator last);
+  std::size_t free_counter_by_index_(const DatabaseEntryIdentifier& base);
+  const void* whole_list_(sibling_iterator first, sibling_iterator last) const noexcept;
+  detail::SiblingIdentifierIndex::Stamp stamp_(const void* list) const noexcept;
+
   tree_type tree_;
   bool duplicate_checking_ = true;
+  detail::SiblingIdentifierIndex index_;
 };
 
 }  // namespace vorn

@@ -1,32 +1,37 @@
 // Internal: do not include this file directly.
 //
 // The archive form of a text shared by identifiers and string entries: an
-// unsigned 32-bit length, then the bytes, with no terminator. Defined inline:
-// public inline code (string entries and string handles in an archive) calls
-// these, and libvorn.so exports nothing from vorn::detail.
+// unsigned 32-bit length, then the bytes, with no terminator (the codec's
+// counted string). Defined inline: public inline code (string entries and
+// string handles in an archive) calls these, and libvorn.so exports nothing
+// from vorn::detail.
 #ifndef VORN_DATABASE_DETAIL_COUNTEDSTRING_H_
 #define VORN_DATABASE_DETAIL_COUNTEDSTRING_H_
 
 #include <cstdint>
-#include <limits>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 
 #include "vorn/persistence/Archive.h"
+#include "vorn/persistence/detail/Coding.h"
 
 namespace vorn::detail {
 
-// Writes the length and the bytes of `text`; throws std::invalid_argument when
-// the text does not fit a 32-bit length.
-inline void write_counted_string(Archive& archive, const std::string& text) {
-  if (text.size() > std::numeric_limits<std::uint32_t>::max()) {
+// Throws std::invalid_argument when a text of `size` bytes does not fit a
+// 32-bit length.
+inline void check_counted_length(std::size_t size) {
+  if (!fits_counted_length(size)) {
     std::ostringstream message;
-    message << "write_counted_string: text of " << text.size() << " bytes does not fit a 32-bit length";
+    message << "write_counted_string: text of " << size << " bytes does not fit a 32-bit length";
     throw std::invalid_argument(message.str());
   }
-  archive << static_cast<unsigned int>(text.size());
-  archive.write_bytes(text.data(), text.size());
+}
+
+// Writes the length and the bytes of `text`; throws as check_counted_length.
+inline void write_counted_string(Archive& archive, const std::string& text) {
+  check_counted_length(text.size());
+  put_counted_string(archive, text);
 }
 
 // Reads a length and that many bytes and returns them cut at the first zero

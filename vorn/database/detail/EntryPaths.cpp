@@ -1,55 +1,53 @@
 #include "vorn/database/detail/EntryPaths.h"
 
-#include <cstdint>
-#include <limits>
-#include <stdexcept>
-
+#include "vorn/database/DatabaseEntry.h"
 #include "vorn/database/database_error.h"
+#include "vorn/io/MemoryDevice.h"
 #include "vorn/persistence/VersionedArchive.h"
 
 namespace vorn::detail {
 
-namespace {
-
-void append_big_endian(std::string& out, std::uint32_t value) {
-  out += static_cast<char>(value >> 24);
-  out += static_cast<char>(value >> 16);
-  out += static_cast<char>(value >> 8);
-  out += static_cast<char>(value);
-}
-
-void append_counted(std::string& out, const std::string& text) {
-  if (text.size() > std::numeric_limits<std::uint32_t>::max()) {
-    throw std::invalid_argument("write_counted_string: text of " + std::to_string(text.size()) +
-                                " bytes does not fit a 32-bit length");
+std::string shown_in_message(const std::string& text) {
+  const bool cut = text.size() > message_quote_limit;
+  std::string shown;
+  for (std::size_t i = 0; i < text.size() && i < message_quote_limit; ++i) {
+    if (text[i] == '\0') {
+      shown += "\\0";
+    } else {
+      shown += text[i];
+    }
   }
-  append_big_endian(out, static_cast<std::uint32_t>(text.size()));
-  out += text;
+  if (cut) shown += "...";
+  return shown;
 }
 
-}  // namespace
-
-void check_entry_file_identifier(const char* operation, const DatabaseEntryIdentifier& id) {
+void check_entry_file_identifier(const char* operation, const std::string& name, const DatabaseEntryIdentifier& id) {
   const std::string& text = id.text();
+  const std::string prefix = std::string("ArchiveDatabase::") + operation + ": ";
+  if (text.empty()) throw database_error(prefix + "identifier is empty");
   bool bad = text.find('\0') != std::string::npos;
+  bool too_long = false;
   for (std::size_t start = 0; !bad && start <= text.size();) {
     std::size_t slash = text.find('/', start);
-    if (slash == std::string::npos) slash = text.size();
-    bad = text.compare(start, slash - start, "..") == 0;
+    const bool last = slash == std::string::npos;
+    if (last) slash = text.size();
+    const std::size_t length = slash - start;
+    bad = length == 0 || text.compare(start, length, ".") == 0 || text.compare(start, length, "..") == 0;
+    // The first component carries the database name, the last the extension
+    // and, while it is rewritten, a temporary suffix.
+    std::size_t file_name = length;
+    if (start == 0) file_name += name.size() + 1;
+    if (last) file_name += 4 + entry_temporary_suffix_limit;
+    too_long = too_long || file_name > entry_file_name_limit;
     start = slash + 1;
   }
   if (bad) {
-    // A zero byte is shown as \0: written raw it would end the message.
-    std::string shown;
-    for (char c : text) {
-      if (c == '\0') {
-        shown += "\\0";
-      } else {
-        shown += c;
-      }
-    }
-    throw database_error(std::string("ArchiveDatabase::") + operation +
-                         ": identifier does not name a file inside the database directory: " + shown);
+    throw database_error(prefix + "identifier does not name a file inside the database directory: " +
+                         shown_in_message(text));
+  }
+  if (too_long) {
+    throw database_error(prefix + "entry file name with its temporary suffix longer than " +
+                         std::to_string(entry_file_name_limit) + " bytes: " + shown_in_message(text));
   }
 }
 
@@ -61,17 +59,19 @@ void check_index_identifier(const char* operation, const DatabaseEntryIdentifier
                                       text.back() == '\t'));
   if (bad) {
     throw database_error(std::string("ArchiveDatabase::") + operation +
-                         ": identifier cannot be stored in the index file: " + text);
+                         ": identifier cannot be stored in the index file: " + shown_in_message(text));
   }
 }
 
 std::string string_entry_image(const DatabaseEntryIdentifier& id, const std::string& data) {
-  std::string image;
-  image.reserve(12 + id.text().size() + data.size());
-  append_big_endian(image, static_cast<std::uint32_t>(VersionedArchive::current_version));
-  append_counted(image, id.text());
-  append_counted(image, data);
-  return image;
+  MemoryDevice image;
+  {
+    VersionedArchive archive(image, Archive::WRITE);
+    archive << static_cast<int>(VersionedArchive::current_version);
+    id.write(archive);
+    write_entry_data(archive, data);
+  }
+  return image.take();
 }
 
 }  // namespace vorn::detail

@@ -1,10 +1,12 @@
 #include "vorn/database/detail/FileIo.h"
 
+#include <cerrno>
 #include <cstring>
 #include <memory>
 #include <stdexcept>
 
 #include "vorn/database/database_error.h"
+#include "vorn/database/detail/EntryPaths.h"
 #include "vorn/io/FileFunctions.h"
 #include "vorn/io/FileSystem.h"
 
@@ -16,12 +18,18 @@ namespace {
   throw std::invalid_argument("Archive::open: Couldn't open file: " + path);
 }
 
+[[noreturn]] void refused_error(const char* operation, const std::string& path, int error) {
+  throw database_error(std::string("ArchiveDatabase::") + operation + ": cannot open entry file " +
+                       shown_in_message(path) + ": " + std::strerror(error));
+}
+
 [[noreturn]] void write_error(const std::string& path, int error) {
   throw database_error("ArchiveDatabase::write_entry: cannot write " + path + ": " + std::strerror(error));
 }
 
-OpenOptions writing(bool read, bool create, bool exclusive, bool truncate) {
+OpenOptions writing(const std::string& directory, bool read, bool create, bool exclusive, bool truncate) {
   OpenOptions options;
+  options.beneath = directory;
   options.read = read;
   options.write = true;
   options.create = create;
@@ -51,13 +59,42 @@ void write_start(File& file, const std::string& path, const std::string& bytes, 
 }
 
 // Updates the existing file `path` in place, as a plain archive would.
-void write_in_place(const std::string& path, const std::string& bytes) {
-  std::unique_ptr<File> file = open_or_null(path, writing(true, false, false, false));
+void write_in_place(const std::string& directory, const std::string& path, const std::string& bytes) {
+  std::unique_ptr<File> file = open_or_null(path, writing(directory, true, false, false, false));
   if (!file) open_error(path);
   write_start(*file, path, bytes, false);
 }
 
 }  // namespace
+
+std::string read_entry_file(const std::string& directory, const std::string& path) {
+  OpenOptions options;
+  options.beneath = directory;
+  std::unique_ptr<File> file = FileSystem::current().open(path, options);
+  std::string bytes(static_cast<std::size_t>(file->size()), '\0');
+  bytes.resize(file->read_at(0, &bytes[0], bytes.size()));
+  file->close();
+  return bytes;
+}
+
+void check_entry_file_opens(const char* operation, const std::string& directory, const std::string& path) {
+  OpenOptions options;
+  options.beneath = directory;
+  try {
+    FileSystem::current().open(path, options);
+  } catch (const FileError& e) {
+    if (e.error() == ENOENT) return;  // the archive reports a missing file itself
+    refused_error(operation, path, e.error());
+  }
+}
+
+void check_entry_file_removable(const std::string& directory, const std::string& path) {
+  try {
+    check_directories_beneath(directory, path);
+  } catch (const FileError& e) {
+    refused_error("remove", path, e.error());
+  }
+}
 
 bool file_exists(const std::string& path) {
   try {
@@ -67,22 +104,18 @@ bool file_exists(const std::string& path) {
   }
 }
 
-void overwrite_file_start(const std::string& path, const std::string& bytes) {
+void overwrite_file_start(const std::string& directory, const std::string& path, const std::string& bytes) {
   // The common case, a new entry: one open that creates the file.
-  if (std::unique_ptr<File> file = open_or_null(path, writing(false, true, true, false))) {
+  if (std::unique_ptr<File> file = open_or_null(path, writing(directory, false, true, true, false))) {
     write_start(*file, path, bytes, true);
     return;
   }
   std::string old;
   try {
-    old = read_file(path);
-  } catch (const FileError&) {
-    if (file_exists(path)) {
-      // Not a readable regular file: update it in place.
-      write_in_place(path, bytes);
-      return;
-    }
-    std::unique_ptr<File> file = open_or_null(path, writing(true, true, false, false));
+    old = read_entry_file(directory, path);
+  } catch (const FileError& e) {
+    if (e.error() != ENOENT) refused_error("write_entry", path, e.error());
+    std::unique_ptr<File> file = open_or_null(path, writing(directory, true, true, false, false));
     if (!file) open_error(path);
     write_start(*file, path, bytes, true);
     return;
@@ -93,15 +126,16 @@ void overwrite_file_start(const std::string& path, const std::string& bytes) {
     old = bytes;
   }
   const std::string temporary = path + ".tmp";
-  std::unique_ptr<File> file = open_or_null(temporary, writing(false, true, false, true));
+  std::unique_ptr<File> file = open_or_null(temporary, writing(directory, false, true, false, true));
   if (!file) {
     // The directory refuses new files; the entry itself may still be writable.
-    write_in_place(path, bytes);
+    write_in_place(directory, path, bytes);
     return;
   }
   try {
     file->write_at(0, old.data(), old.size());
     file->close();
+    check_directories_beneath(directory, path);
     FileSystem::current().rename(temporary, path);
   } catch (const FileError& e) {
     file.reset();

@@ -1,9 +1,11 @@
 #include "vorn/database/detail/IndexFile.h"
 
+#include <cerrno>
 #include <cstring>
 #include <optional>
 
 #include "vorn/database/database_error.h"
+#include "vorn/database/detail/EntryPaths.h"
 #include "vorn/database/detail/ListText.h"
 #include "vorn/io/FileFunctions.h"
 
@@ -75,8 +77,14 @@ std::vector<DatabaseEntryIdentifier> IndexFile::load() {
   std::string text;
   try {
     text = read_file(path_);
-  } catch (const FileError&) {
-    return {};
+  } catch (const FileError& e) {
+    // An index that cannot be opened (missing, or not readable by this
+    // process) is an empty database, as it always was. Something that is not
+    // a regular file in its place (a directory, a FIFO) is refused, and so is
+    // a failure while reading: either would otherwise pass for an empty index.
+    if (e.error() == ENOENT || e.error() == ENOTDIR || e.error() == EACCES || e.error() == EPERM) return {};
+    throw database_error("ArchiveDatabase::read_index_file: cannot read index file " + shown_in_message(path_) +
+                         ": " + std::strerror(e.error()));
   }
   const std::optional<FileStatus> after = status_of(path_);
   bool canonical = false;

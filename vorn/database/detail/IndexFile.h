@@ -36,7 +36,10 @@ class IndexFile {
 
   const std::string& path() const noexcept { return path_; }
 
-  // The identifiers of the file; none when it cannot be opened.
+  // The identifiers of the file; none when it does not exist. Anything
+  // else that cannot be read as a regular file (a directory, a FIFO, an
+  // unreadable file) throws database_error "ArchiveDatabase::read_index_file:
+  // cannot read index file <path>: <reason>".
   std::vector<DatabaseEntryIdentifier> load();
 
   // Replaces the file by the lines of `ids`, through a temporary file, or in

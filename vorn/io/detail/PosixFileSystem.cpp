@@ -4,9 +4,19 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <string>
+#include <vector>
+
+#if defined(__linux__) && defined(SYS_openat2) && __has_include(<linux/openat2.h>)
+#include <linux/openat2.h>
+#define VORN_HAVE_OPENAT2 1
+#endif
+
+#include "vorn/io/detail/BeneathPath.h"
 
 namespace vorn::detail {
 
@@ -95,6 +105,87 @@ class PosixLock final : public FileLock {
   int fd_;
 };
 
+// Closes a descriptor when it goes out of scope.
+class Descriptor {
+ public:
+  explicit Descriptor(int fd) noexcept : fd_(fd) {}
+  ~Descriptor() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  int get() const noexcept { return fd_; }
+  void reset(int fd) noexcept {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = fd;
+  }
+
+ private:
+  int fd_;
+};
+
+int open_retrying(int directory, const char* path, int flags, mode_t mode) {
+  int fd;
+  do {
+    fd = ::openat(directory, path, flags, mode);
+  } while (fd < 0 && errno == EINTR);
+  return fd;
+}
+
+#ifdef O_PATH
+constexpr int directory_walk_flags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
+constexpr int root_flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+#else
+constexpr int directory_walk_flags = O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
+constexpr int root_flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+#endif
+
+// Opens `parts` below the open directory `root` one component at a time,
+// refusing every symbolic link (ELOOP) and every non-directory on the way
+// (ENOTDIR). Returns the descriptor or -1 with errno set.
+int open_by_walking(int root, const std::vector<std::string>& parts, int flags, mode_t mode) {
+  Descriptor current(-1);
+  int at = root;
+  for (std::size_t i = 0; i + 1 < parts.size(); ++i) {
+    const int next = open_retrying(at, parts[i].c_str(), directory_walk_flags, 0);
+    if (next < 0) return -1;
+    current.reset(next);
+    at = next;
+    struct stat state {};
+    if (::fstat(next, &state) != 0) return -1;
+    if (!S_ISDIR(state.st_mode)) {
+      errno = S_ISLNK(state.st_mode) ? ELOOP : ENOTDIR;
+      return -1;
+    }
+  }
+  return open_retrying(at, parts.back().c_str(), flags | O_NOFOLLOW, mode);
+}
+
+// Opens `path` inside `beneath` without following symbolic links, with
+// openat2 where the kernel has it. Returns the descriptor or -1 with errno
+// set.
+int open_beneath(const std::string& beneath, const std::string& path, int flags, mode_t mode) {
+  const std::vector<std::string> parts = components_beneath(beneath, path, "FileSystem::open");
+  const std::string root_path = root_directory(beneath);
+  const Descriptor root(open_retrying(AT_FDCWD, root_path.c_str(), root_flags, 0));
+  if (root.get() < 0) return -1;
+#ifdef VORN_HAVE_OPENAT2
+  std::string relative;
+  for (const std::string& part : parts) relative.append(relative.empty() ? "" : "/").append(part);
+  struct open_how how {};
+  how.flags = static_cast<std::uint64_t>(flags);
+  how.mode = (flags & O_CREAT) != 0 ? static_cast<std::uint64_t>(mode) : 0;
+  how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
+  long fd;
+  do {
+    fd = ::syscall(SYS_openat2, root.get(), relative.c_str(), &how, sizeof how);
+  } while (fd < 0 && errno == EINTR);
+  // Older kernels, and sandboxes that filter the call, get the walk instead.
+  if (fd >= 0 || (errno != ENOSYS && errno != EPERM && errno != E2BIG)) return static_cast<int>(fd);
+#endif
+  return open_by_walking(root.get(), parts, flags, mode);
+}
+
 FileStatus::Type type_of(mode_t mode) noexcept {
   if (S_ISREG(mode)) return FileStatus::Type::regular;
   if (S_ISDIR(mode)) return FileStatus::Type::directory;
@@ -119,10 +210,9 @@ std::unique_ptr<File> PosixFileSystem::open(const std::string& path, const OpenO
   // A FIFO or device must never block the caller: open without waiting,
   // then refuse anything that is not a regular file.
   flags |= O_NONBLOCK;
-  int fd;
-  do {
-    fd = ::open(path.c_str(), flags, static_cast<mode_t>(options.permissions));
-  } while (fd < 0 && errno == EINTR);
+  const mode_t mode = static_cast<mode_t>(options.permissions);
+  const int fd = options.beneath.empty() ? open_retrying(AT_FDCWD, path.c_str(), flags, mode)
+                                         : open_beneath(options.beneath, path, flags, mode);
   if (fd < 0) throw FileError(errno, "FileSystem::open", path);
   struct stat state {};
   int error = 0;

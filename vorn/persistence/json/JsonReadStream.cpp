@@ -132,6 +132,7 @@ std::string read_all(std::istream& in) {
 template <class T>
 constexpr const char* type_name_of() {
   if constexpr (std::is_same_v<T, char>) return "char";
+  if constexpr (std::is_same_v<T, signed char>) return "signed char";
   if constexpr (std::is_same_v<T, unsigned char>) return "unsigned char";
   if constexpr (std::is_same_v<T, bool>) return "bool";
   if constexpr (std::is_same_v<T, short>) return "short";
@@ -140,6 +141,8 @@ constexpr const char* type_name_of() {
   if constexpr (std::is_same_v<T, unsigned int>) return "unsigned int";
   if constexpr (std::is_same_v<T, long>) return "long";
   if constexpr (std::is_same_v<T, unsigned long>) return "unsigned long";
+  if constexpr (std::is_same_v<T, long long>) return "long long";
+  if constexpr (std::is_same_v<T, unsigned long long>) return "unsigned long long";
   if constexpr (std::is_same_v<T, float>) return "float";
   if constexpr (std::is_same_v<T, double>) return "double";
   if constexpr (std::is_same_v<T, long double>) return "long double";
@@ -249,10 +252,18 @@ class JsonReadStream::Impl {
       const std::size_t length = std::strlen(type_name);
       if (nodes_[type].text_length != length || std::memcmp(text(nodes_[type]), type_name, length) != 0) return false;
     }
+    unsigned int version = 0;
+    if (!container) {
+      const std::uint32_t found = member(index, "$version", 8);
+      if (found != none) read_version(found, version);
+    }
     frames_.back().cursor = node.end;
     frames_.push_back({index, index + 1, container});
+    found_version_ = version;
     return true;
   }
+
+  unsigned int found_version() const { return found_version_; }
 
   bool find_type(const char* tag, std::string& type_name) {
     const std::uint32_t index = locate(tag);
@@ -287,6 +298,16 @@ class JsonReadStream::Impl {
   }
 
   const char* text(const Node& node) const { return arena_.data() + node.text; }
+
+  void read_version(std::uint32_t index, unsigned int& version) const {
+    const Node& node = nodes_[index];
+    const char* first = text(node);
+    const char* last = first + node.text_length;
+    const std::from_chars_result result = std::from_chars(first, last, version);
+    if (node.kind != Kind::number || result.ec != std::errc() || result.ptr != last) {
+      mismatch_error("$version", describe(node), type_name_of<unsigned int>());
+    }
+  }
 
   bool key_is(const Node& node, const char* key, std::size_t length) const {
     return node.key_length == length && std::memcmp(arena_.data() + node.key, key, length) == 0;
@@ -359,6 +380,7 @@ class JsonReadStream::Impl {
   std::string arena_;
   std::vector<Node> nodes_;
   std::vector<Frame> frames_;
+  unsigned int found_version_ = 0;
 };
 
 JsonReadStream::JsonReadStream(std::istream& in) : impl_(std::make_unique<Impl>(*this, in)) {}
@@ -366,6 +388,9 @@ JsonReadStream::JsonReadStream(std::istream& in) : impl_(std::make_unique<Impl>(
 JsonReadStream::~JsonReadStream() = default;
 
 void JsonReadStream::read(const char* tag, char& value, PersistentReadStreamPresence presence) {
+  impl_->read_integer(tag, value, presence);
+}
+void JsonReadStream::read(const char* tag, signed char& value, PersistentReadStreamPresence presence) {
   impl_->read_integer(tag, value, presence);
 }
 void JsonReadStream::read(const char* tag, unsigned char& value, PersistentReadStreamPresence presence) {
@@ -392,6 +417,12 @@ void JsonReadStream::read(const char* tag, long& value, PersistentReadStreamPres
 void JsonReadStream::read(const char* tag, unsigned long& value, PersistentReadStreamPresence presence) {
   impl_->read_integer(tag, value, presence);
 }
+void JsonReadStream::read(const char* tag, long long& value, PersistentReadStreamPresence presence) {
+  impl_->read_integer(tag, value, presence);
+}
+void JsonReadStream::read(const char* tag, unsigned long long& value, PersistentReadStreamPresence presence) {
+  impl_->read_integer(tag, value, presence);
+}
 void JsonReadStream::read(const char* tag, float& value, PersistentReadStreamPresence presence) {
   impl_->read_floating(tag, value, presence);
 }
@@ -414,6 +445,8 @@ bool JsonReadStream::find_type(const char* tag, std::string& type_name, Persiste
 }
 
 void JsonReadStream::end_read_block() { impl_->end_block(); }
+
+unsigned int JsonReadStream::found_block_version() const { return impl_->found_version(); }
 
 void JsonReadStream::read_array(const char* tag, int* values, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) impl_->read_integer(tag, values[i], ITEM_REQUIRED);

@@ -64,6 +64,7 @@ class VORN_JSON_API JsonReadStream : public PersistentReadStream {
   using PersistentReadStream::read;
 
   void read(const char* tag, char& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
+  void read(const char* tag, signed char& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
   void read(const char* tag, unsigned char& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
   void read(const char* tag, bool& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
   void read(const char* tag, short& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
@@ -72,6 +73,9 @@ class VORN_JSON_API JsonReadStream : public PersistentReadStream {
   void read(const char* tag, unsigned int& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
   void read(const char* tag, long& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
   void read(const char* tag, unsigned long& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
+  void read(const char* tag, long long& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
+  void read(const char* tag, unsigned long long& value,
+            PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
   void read(const char* tag, float& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
   void read(const char* tag, double& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
   void read(const char* tag, long double& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
@@ -80,6 +84,8 @@ class VORN_JSON_API JsonReadStream : public PersistentReadStream {
   bool find_block(const char* tag, const char* type_name, PersistentReadStreamPresence presence) override;
   bool find_type(const char* tag, std::string& type_name, PersistentReadStreamPresence presence) override;
   void end_read_block() override;
+  // The "$version" of the block just found; 0 when it has none.
+  unsigned int found_block_version() const override;
 
   void read_array(const char* tag, int* values, std::size_t count) override;
   void read_array(const char* tag, double* values, std::size_t count) override;

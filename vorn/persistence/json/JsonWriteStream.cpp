@@ -94,7 +94,7 @@ class JsonWriteStream::Impl {
     return true;
   }
 
-  void begin_block(const char* tag, const char* type_name) {
+  void begin_block(const char* tag, const char* type_name, unsigned int version) {
     const bool container = std::strcmp(type_name, "Container") == 0;
     const rapidjson::SizeType type_length = checked_length("a type name", std::strlen(type_name));
     if (!place(tag)) {
@@ -106,6 +106,10 @@ class JsonWriteStream::Impl {
       start_object();
       key("$type", 5);
       string(type_name, type_length);
+      if (version != 0) {
+        key("$version", 8);
+        unsigned_number(version);
+      }
     }
     open_.push_back(container);
   }
@@ -215,6 +219,9 @@ void JsonWriteStream::close() { impl_->close(); }
 void JsonWriteStream::write(const char* tag, char value) {
   if (impl_->place(tag)) impl_->signed_number(value);
 }
+void JsonWriteStream::write(const char* tag, signed char value) {
+  if (impl_->place(tag)) impl_->signed_number(value);
+}
 void JsonWriteStream::write(const char* tag, unsigned char value) {
   if (impl_->place(tag)) impl_->unsigned_number(value);
 }
@@ -239,6 +246,12 @@ void JsonWriteStream::write(const char* tag, long value) {
 void JsonWriteStream::write(const char* tag, unsigned long value) {
   if (impl_->place(tag)) impl_->unsigned_number(value);
 }
+void JsonWriteStream::write(const char* tag, long long value) {
+  if (impl_->place(tag)) impl_->signed_number(value);
+}
+void JsonWriteStream::write(const char* tag, unsigned long long value) {
+  if (impl_->place(tag)) impl_->unsigned_number(value);
+}
 void JsonWriteStream::write(const char* tag, float value) { impl_->floating(tag, value); }
 void JsonWriteStream::write(const char* tag, double value) { impl_->floating(tag, value); }
 void JsonWriteStream::write(const char* tag, long double value) { impl_->floating(tag, value); }
@@ -248,7 +261,11 @@ void JsonWriteStream::write(const char* tag, const std::string& value) {
   if (impl_->place(tag)) impl_->string(value.data(), length);
 }
 
-void JsonWriteStream::begin_block(const char* tag, const char* type_name) { impl_->begin_block(tag, type_name); }
+void JsonWriteStream::begin_block(const char* tag, const char* type_name) { impl_->begin_block(tag, type_name, 0); }
+
+void JsonWriteStream::begin_block(const char* tag, const char* type_name, unsigned int version) {
+  impl_->begin_block(tag, type_name, version);
+}
 
 void JsonWriteStream::end_block() { impl_->end_block(); }
 

@@ -16,7 +16,8 @@
 // The layout:
 // - The document is one object whose keys are the tags written at the top.
 // - A block is an object. Its key "$type" holds the block's type name and,
-// when the block was given a class version, "$version" holds it. Its items
+// when the block was given a class version other than 0, "$version" holds
+// it (JsonReadStream gives 0 for a block without one). Its items
 // follow under their tags, in the order written. Keys beginning with '$'
 // belong to the stream: a tag that begins with '$' is refused.
 // - A "Container" block is an array of its items; its "count" is the
@@ -82,6 +83,7 @@ class VORN_JSON_API JsonWriteStream : public PersistentWriteStream {
   bool supports_polymorphism() const override { return true; }
 
   void write(const char* tag, char value) override;
+  void write(const char* tag, signed char value) override;
   void write(const char* tag, unsigned char value) override;
   void write(const char* tag, bool value) override;
   void write(const char* tag, short value) override;
@@ -90,12 +92,16 @@ class VORN_JSON_API JsonWriteStream : public PersistentWriteStream {
   void write(const char* tag, unsigned int value) override;
   void write(const char* tag, long value) override;
   void write(const char* tag, unsigned long value) override;
+  void write(const char* tag, long long value) override;
+  void write(const char* tag, unsigned long long value) override;
   void write(const char* tag, float value) override;
   void write(const char* tag, double value) override;
   void write(const char* tag, long double value) override;
   void write(const char* tag, const std::string& value) override;
 
   void begin_block(const char* tag, const char* type_name) override;
+  // A version other than 0 is written as the block's "$version".
+  void begin_block(const char* tag, const char* type_name, unsigned int version) override;
   void end_block() override;
 
   void write_array(const char* tag, const int* values, std::size_t count) override;

@@ -1,0 +1,271 @@
+#include <chrono>
+#include <climits>
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "support/TestSupport.h"
+#include "vorn/time/Date.h"
+#include "vorn/time/ElapsedWallTimer.h"
+#include "vorn/time/WallTimer.h"
+
+namespace vorn {
+namespace {
+
+using testing::error_of;
+
+TEST(DateArithmetic, Tour) {
+  Date due = Date(30, 1, 2024) + 30;
+  EXPECT_EQ(due, Date(29, 2, 2024));
+  due -= 365;
+  EXPECT_EQ(due, Date(1, 3, 2023));
+  EXPECT_EQ(Date(29, 2, 2024) - due, 365);
+  EXPECT_EQ(due.weekday(), Weekday::wednesday);
+  EXPECT_EQ(due.to_iso_string(), "2023-03-01");
+  EXPECT_EQ(Date::from_iso("2024-02-29"), Date(29, 2, 2024));
+  EXPECT_EQ(due.days_since_epoch(), 19417);
+}
+
+TEST(DateArithmetic, StepsAcrossMonthYearAndLeapBoundaries) {
+  const struct {
+    const char* name;
+    Date from;
+    std::int64_t days;
+    Date want;
+  } cases[] = {
+      {"within a month", Date(5, 3, 2004), 10, Date(15, 3, 2004)},
+      {"into the next month", Date(25, 1, 2023), 10, Date(4, 2, 2023)},
+      {"onto a leap day", Date(28, 2, 2024), 1, Date(29, 2, 2024)},
+      {"over February of a common year", Date(28, 2, 2023), 1, Date(1, 3, 2023)},
+      {"century that is not a leap year", Date(28, 2, 1900), 1, Date(1, 3, 1900)},
+      {"century that is a leap year", Date(28, 2, 2000), 1, Date(29, 2, 2000)},
+      {"into the next year", Date(31, 12, 2004), 1, Date(1, 1, 2005)},
+      {"a whole leap year", Date(1, 1, 2024), 366, Date(1, 1, 2025)},
+      {"back over the new year", Date(1, 1, 2005), -1, Date(31, 12, 2004)},
+      {"back onto a leap day", Date(1, 3, 2024), -1, Date(29, 2, 2024)},
+      {"back into year zero", Date(1, 1, 1), -1, Date(31, 12, 0)},
+      {"negative years", Date(1, 3, -4), -1, Date(29, 2, -4)},
+      {"one 400-year cycle", Date(1, 1, 2000), 146097, Date(1, 1, 2400)},
+      {"nothing", Date(17, 8, 1999), 0, Date(17, 8, 1999)},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(c.from + c.days, c.want);
+    EXPECT_EQ(c.days + c.from, c.want);
+    EXPECT_EQ(c.want - c.days, c.from);
+    EXPECT_EQ(c.want - c.from, c.days);
+    Date moved = c.from;
+    moved += c.days;
+    EXPECT_EQ(moved, c.want);
+  }
+}
+
+TEST(DateArithmetic, AddingDaysAgreesWithSteppingOneDayAtATime) {
+  const Date start(1, 1, 1896);
+  Date stepped = start;
+  for (std::int64_t n = 1; n <= 80000; ++n) {  // past 2114, over the 1900 and 2000 rules
+    ++stepped;
+    if (start + n != stepped) {
+      ADD_FAILURE() << "start + " << n << " is " << start + n << ", stepping gives " << stepped;
+      break;
+    }
+  }
+}
+
+TEST(DateArithmetic, DayCountsFromTheEpoch) {
+  const struct {
+    const char* name;
+    Date date;
+    std::int64_t days;
+  } cases[] = {
+      {"the epoch", Date(1, 1, 1970), 0},
+      {"the day before", Date(31, 12, 1969), -1},
+      {"2000", Date(1, 1, 2000), 10957},
+      {"a leap day", Date(29, 2, 2000), 11016},
+      {"32-bit seconds run out", Date(19, 1, 2038), 24855},
+      {"year one", Date(1, 1, 1), -719162},
+      {"year zero, after its leap day", Date(1, 3, 0), -719468},
+      {"five-digit year", Date(1, 1, 10000), 2932897},
+      {"the last day a Date holds", Date(31, 12, INT_MAX), 784351576776},
+      {"the first day a Date holds", Date(1, 1, INT_MIN), -784353015833},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(c.date.days_since_epoch(), c.days);
+    EXPECT_EQ(Date::from_days_since_epoch(c.days), c.date);
+  }
+}
+
+TEST(DateArithmetic, Weekdays) {
+  const struct {
+    const char* name;
+    Date date;
+    Weekday want;
+    const char* text;
+  } cases[] = {
+      {"the epoch", Date(1, 1, 1970), Weekday::thursday, "Thursday"},
+      {"the day before", Date(31, 12, 1969), Weekday::wednesday, "Wednesday"},
+      {"a leap day", Date(29, 2, 2000), Weekday::tuesday, "Tuesday"},
+      {"year one", Date(1, 1, 1), Weekday::monday, "Monday"},
+      {"Gregorian start", Date(15, 10, 1582), Weekday::friday, "Friday"},
+      {"five-digit year", Date(1, 1, 10000), Weekday::saturday, "Saturday"},
+      {"a Sunday", Date(3, 3, 2024), Weekday::sunday, "Sunday"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(c.date.weekday(), c.want);
+    EXPECT_STREQ(weekday_name(c.date.weekday()), c.text);
+  }
+  EXPECT_STREQ(weekday_name(static_cast<Weekday>(0)), "?");
+}
+
+TEST(DateArithmetic, IsoTextRoundTrips) {
+  const struct {
+    const char* name;
+    Date date;
+    const char* text;
+  } cases[] = {
+      {"ordinary", Date(5, 3, 2004), "2004-03-05"},
+      {"leap day", Date(29, 2, 2000), "2000-02-29"},
+      {"year zero", Date(1, 1, 0), "0000-01-01"},
+      {"small year padded", Date(31, 12, 7), "0007-12-31"},
+      {"negative year", Date(15, 3, -44), "-0044-03-15"},
+      {"five-digit year", Date(1, 1, 10000), "+10000-01-01"},
+      {"smallest year", Date(1, 1, INT_MIN), "-2147483648-01-01"},
+      {"largest year", Date(31, 12, INT_MAX), "+2147483647-12-31"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(c.date.to_iso_string(), c.text);
+    EXPECT_EQ(Date::from_iso(c.text), c.date);
+  }
+}
+
+TEST(DateArithmetic, IsoTextThatIsNotADateIsRefused) {
+  const struct {
+    const char* name;
+    std::string text;
+  } cases[] = {
+      {"month 13", "2024-13-01"},
+      {"month 0", "2024-00-10"},
+      {"day 0", "2024-01-00"},
+      {"leap day of a common year", "2023-02-29"},
+      {"31st of April", "2024-04-31"},
+      {"one-digit month", "2024-1-01"},
+      {"two-digit year", "24-01-01"},
+      {"five digits without a sign", "12345-01-01"},
+      {"other separators", "2024/01/01"},
+      {"a time after it", "2024-01-01T00:00"},
+      {"leading blank", " 2024-01-01"},
+      {"empty", ""},
+      {"a sign alone", "-"},
+      {"year beyond an int", "+2147483648-01-01"},
+      {"year below an int", "-2147483649-01-01"},
+      {"twenty-digit year", "+99999999999999999999-01-01"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(error_of([&] { Date::from_iso(c.text); }), "Date::from_iso: not a date: '" + c.text + "'");
+  }
+  EXPECT_EQ(error_of([] { Date::from_iso(std::string(100, '7')); }),
+            "Date::from_iso: not a date: '" + std::string(64, '7') + "...'");
+  EXPECT_THROW(Date::from_iso("2024-13-01"), std::invalid_argument);
+}
+
+TEST(DateArithmetic, RefusesInvalidDatesAndResultsBeyondTheYears) {
+  const Date last(31, 12, INT_MAX);
+  const Date first(1, 1, INT_MIN);
+  const Date mid(1, 1, 2000);
+  const struct {
+    const char* name;
+    std::string message;
+    std::string want;
+  } cases[] = {
+      {"after the last day", error_of([&] { (void)(last + 1); }),
+       "Date::operator+: 31.12.2147483647 + 1 days is outside the years a Date can hold"},
+      {"before the first day", error_of([&] { (void)(first - 1); }),
+       "Date::operator-: 1.1.-2147483648 - 1 days is outside the years a Date can hold"},
+      {"adding the largest count", error_of([&] { (void)(mid + INT64_MAX); }),
+       "Date::operator+: 1.1.2000 + 9223372036854775807 days is outside the years a Date can hold"},
+      {"subtracting the smallest count", error_of([&] { (void)(mid - INT64_MIN); }),
+       "Date::operator-: 1.1.2000 - -9223372036854775808 days is outside the years a Date can hold"},
+      {"a day count too far", error_of([] { Date::from_days_since_epoch(INT64_MIN); }),
+       "Date::from_days_since_epoch: day -9223372036854775808 from 1970-01-01 is outside the years a Date can "
+       "hold"},
+      {"null date plus days", error_of([] { (void)(Date() + 1); }), "Date::operator+: not a valid date: 0.0.0"},
+      {"difference with a null date", error_of([&] { (void)(mid - Date()); }),
+       "Date::operator-: not a valid date: 0.0.0"},
+      {"weekday of a null date", error_of([] { Date().weekday(); }), "Date::weekday: not a valid date: 0.0.0"},
+      {"ISO text of a null date", error_of([] { Date().to_iso_string(); }),
+       "Date::to_iso_string: not a valid date: 0.0.0"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(c.message, c.want);
+  }
+  EXPECT_EQ(first + (last - first), last) << "the whole range is reachable";
+  Date kept = last;
+  EXPECT_THROW(kept += 1, std::out_of_range);
+  EXPECT_EQ(kept, last) << "a refused step leaves the date unchanged";
+}
+
+TEST(DateArithmetic, ConvertsToAndFromSystemClockTimePoints) {
+  using std::chrono::system_clock;
+  const system_clock::time_point epoch{};
+  const struct {
+    const char* name;
+    system_clock::time_point time;
+    Date want;
+  } cases[] = {
+      {"the epoch", epoch, Date(1, 1, 1970)},
+      {"the last instant before it", epoch - std::chrono::nanoseconds(1), Date(31, 12, 1969)},
+      {"a day and a half later", epoch + std::chrono::hours(36), Date(2, 1, 1970)},
+      {"two days earlier", epoch - std::chrono::hours(48), Date(30, 12, 1969)},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(Date::from_time_point(c.time), c.want);
+  }
+  EXPECT_EQ(Date(2, 1, 1970).to_time_point(), epoch + std::chrono::hours(24));
+  EXPECT_EQ(Date::from_time_point(Date(29, 2, 2024).to_time_point()), Date(29, 2, 2024));
+  EXPECT_EQ(error_of([] { Date(1, 1, 300000).to_time_point(); }),
+            "Date::to_time_point: 1.1.300000 is outside what std::chrono::system_clock can hold");
+}
+
+TEST(WallTimer, MeasuresTheReadingsItIsGiven) {
+  const WallTimer::Clock::time_point start{};
+  const WallTimer timer(start);
+  EXPECT_DOUBLE_EQ(timer.duration(start + std::chrono::milliseconds(1500)), 1.5);
+  EXPECT_DOUBLE_EQ(timer.duration(start - std::chrono::seconds(2)), -2.0);
+}
+
+TEST(ElapsedWallTimer, PrintsTimeSpentWaitingAndNamesItsClock) {
+  const auto nap = [] { std::this_thread::sleep_for(std::chrono::milliseconds(60)); };
+  const auto timed = [&](const char* label, ElapsedTimer::OutputFormat format) {
+    testing::ScopedStreamCapture capture(std::cout);
+    {
+      ElapsedWallTimer timer(label, format);
+      nap();
+    }
+    return capture.text();
+  };
+  const std::string verbose = timed("nap", ElapsedTimer::verbose);
+  const std::string prefix = "Elapsed wall-clock time for 'nap' = ";
+  ASSERT_EQ(verbose.rfind(prefix, 0), 0u) << verbose;
+  EXPECT_GE(std::strtod(verbose.c_str() + prefix.size(), nullptr), 0.05);
+  EXPECT_EQ(verbose.substr(verbose.size() - 10), " seconds.\n");
+
+  const std::string tabbed = timed("nap", ElapsedTimer::tab_separated);
+  ASSERT_EQ(tabbed.rfind("nap\t", 0), 0u) << tabbed;
+  EXPECT_GE(std::strtod(tabbed.c_str() + 4, nullptr), 0.05);
+  EXPECT_EQ(timed("quiet", static_cast<ElapsedTimer::OutputFormat>(2)), "");
+}
+
+}  // namespace
+}  // namespace vorn
