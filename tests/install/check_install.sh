@@ -37,7 +37,7 @@ c++ "$here/consumer/main.cpp" -o "$work/pkg_config_consumer" \
 check "$work/pkg_config_consumer"
 
 json_checked=()
-if ls "$work/prefix"/lib*/libvorn_json.so* "$work/prefix"/lib/*/libvorn_json.so* >/dev/null 2>&1; then
+if find "$work/prefix" -name 'libvorn_json.so*' | grep -q .; then
   echo "-- find_package(vorn COMPONENTS json)"
   cmake -S "$here/json_consumer" -B "$work/json_find_package" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
   cmake --build "$work/json_find_package" >/dev/null
