@@ -36,6 +36,21 @@ c++ "$here/consumer/main.cpp" -o "$work/pkg_config_consumer" \
   $(PKG_CONFIG_PATH="$pc_dir" pkg-config --cflags --libs vorn) -Wl,-rpath,"$lib_dir"
 check "$work/pkg_config_consumer"
 
+json_checked=()
+if find "$work/prefix" -name 'libvorn_json.so*' | grep -q .; then
+  echo "-- find_package(vorn COMPONENTS json)"
+  cmake -S "$here/json_consumer" -B "$work/json_find_package" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
+  cmake --build "$work/json_find_package" >/dev/null
+  check "$work/json_find_package/json_consumer"
+
+  echo "-- pkg-config vorn-json"
+  # shellcheck disable=SC2046
+  c++ "$here/json_consumer/main.cpp" -o "$work/json_pkg_config_consumer" \
+    $(PKG_CONFIG_PATH="$pc_dir" pkg-config --cflags --libs vorn-json) -Wl,-rpath,"$lib_dir"
+  check "$work/json_pkg_config_consumer"
+  json_checked=("$work/json_find_package" "$work/json_pkg_config_consumer")
+fi
+
 echo "-- add_subdirectory"
 cmake -S "$here/consumer" -B "$work/subdirectory" -G Ninja -DVORN_CONSUMER_MODE=subdirectory \
   -DVORN_SOURCE_DIR="$source_dir" -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=OFF >/dev/null
@@ -48,7 +63,8 @@ if readelf -d "$work/subdirectory/consumer" | grep -q 'libvorn'; then
 fi
 
 echo "-- search paths"
-"$here/check_runpath.sh" "$work/prefix" "$work/find_package" "$work/subdirectory" "$work/pkg_config_consumer"
+"$here/check_runpath.sh" "$work/prefix" "$work/find_package" "$work/subdirectory" "$work/pkg_config_consumer" \
+  "${json_checked[@]}"
 # Only the library is built for a consumer: no tests, examples or benchmarks.
 if find "$work/subdirectory" -name 'vorn_*_tests' -o -name 'example_*' | grep -q .; then
   echo "add_subdirectory built more than the library" >&2

@@ -45,12 +45,12 @@ TEST(ArchiveEncoding, EachTypeHasItsDocumentedBytes) {
                             [](Archive& a) {
                               a << 'A' << static_cast<unsigned char>(0xFE) << true << false << static_cast<short>(-2)
                                 << static_cast<unsigned short>(0x1234) << 1 << INT_MIN << 0xDEADBEEFu << -1L
-                                << static_cast<unsigned long>(0x100000002ULL) << 1.0f << -2.0 << 1.0L << -3.0L;
+                                << 0xFFFFFFFEUL << 1.0f << -2.0 << 1.0L << -3.0L;
                             }),
               ElementsAreArray(Bytes{0x41, 0xFE, 0x01, 0x00, 0xFF, 0xFE, 0x12, 0x34,  // char .. unsigned short
                                      0x00, 0x00, 0x00, 0x01, 0x80, 0x00, 0x00, 0x00,  // 1, INT_MIN
                                      0xDE, 0xAD, 0xBE, 0xEF, 0xFF, 0xFF, 0xFF, 0xFF,  // unsigned int, long -1
-                                     0x00, 0x00, 0x00, 0x02, 0x3F, 0x80, 0x00, 0x00,  // low 32 bits of unsigned long (all of it on i386), 1.0f
+                                     0xFF, 0xFF, 0xFF, 0xFE, 0x3F, 0x80, 0x00, 0x00,  // largest-but-one unsigned long, 1.0f
                                      0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,  // -2.0
                                      0x00, 0x00, 0x3F, 0xFF, 0x80, 0, 0, 0, 0, 0, 0, 0,  // 1.0L
                                      0x00, 0x00, 0xC0, 0x00, 0xC0, 0, 0, 0, 0, 0, 0, 0}));  // -3.0L

@@ -21,11 +21,12 @@ struct TaggedItem {
   std::string type_name;  // BEGIN only
   long double number = 0;
   std::string text{};
+  unsigned int version = 0;  // BEGIN only
 };
 
 #define VORN_TAGGED_NUMBERS(X)                                                                             \
-  X(char) X(unsigned char) X(bool) X(short) X(unsigned short) X(int) X(unsigned int) X(long) X(unsigned long) \
-  X(float) X(double) X(long double)
+  X(char) X(signed char) X(unsigned char) X(bool) X(short) X(unsigned short) X(int) X(unsigned int) X(long)     \
+  X(unsigned long) X(long long) X(unsigned long long) X(float) X(double) X(long double)
 
 class TaggedWriteStream : public PersistentWriteStream {
  public:
@@ -38,7 +39,10 @@ class TaggedWriteStream : public PersistentWriteStream {
   VORN_TAGGED_NUMBERS(VORN_TAGGED_WRITE)
 #undef VORN_TAGGED_WRITE
   void write(const char* tag, const std::string& v) override { items.push_back({TaggedItem::VALUE, tag, "", 0, v}); }
-  void begin_block(const char* tag, const char* type) override { items.push_back({TaggedItem::BEGIN, tag, type}); }
+  void begin_block(const char* tag, const char* type) override { begin_block(tag, type, 0); }
+  void begin_block(const char* tag, const char* type, unsigned int version) override {
+    items.push_back({TaggedItem::BEGIN, tag, type, 0, "", version});
+  }
   void end_block() override { items.push_back({TaggedItem::END, "", ""}); }
 };
 
@@ -62,6 +66,7 @@ class TaggedReadStream : public PersistentReadStream {
   bool find_block(const char* tag, const char* type_name, PersistentReadStreamPresence p) override {
     std::string found;
     if (!find_type(tag, found, p) || found != type_name) return false;
+    version_ = items_[next_].version;
     ++next_;
     return true;
   }
@@ -72,6 +77,8 @@ class TaggedReadStream : public PersistentReadStream {
     type_name = items_[next_].type_name;
     return true;
   }
+
+  unsigned int found_block_version() const override { return version_; }
 
   void end_read_block() override { next_ += at(TaggedItem::END, "") ? 1 : 0; }
 
@@ -88,6 +95,7 @@ class TaggedReadStream : public PersistentReadStream {
 
   std::vector<TaggedItem> items_;
   std::size_t next_ = 0;
+  unsigned int version_ = 0;
 };
 
 #undef VORN_TAGGED_NUMBERS

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <sstream>
 #include <stdexcept>
+#include <type_traits>
 #include <utility>
 
 #include "vorn/io/FileDevice.h"
@@ -29,6 +30,20 @@ inline float portable_float(float x) {
 inline double portable_double(double x) {
   if (!detail::has_portable_double_form(x)) no_portable_form_error(x);
   return x;
+}
+
+template <class T>
+[[noreturn]] void long_out_of_range_error(T value) {
+  std::ostringstream message;
+  message << "Archive::operator<<: " << (std::is_signed_v<T> ? "long" : "unsigned long") << " value " << value
+          << " does not fit in 4 bytes";
+  throw std::out_of_range(message.str());
+}
+
+template <class T>
+void check_archived_longs(const T* values, std::size_t count) {
+  const std::size_t unfit = detail::first_unfit_archived_long(values, count);
+  if (unfit != count) long_out_of_range_error(values[unfit]);
 }
 
 [[noreturn]] void closed_error(const char* operation) {
@@ -166,6 +181,8 @@ void Archive::write_integer(T value) {
   unsigned char* out = device_ != nullptr && device_->writable() >= width ? device_->write_window() : bytes;
   if constexpr (width == 2) {
     detail::store_big_endian16(static_cast<std::uint16_t>(value), out);
+  } else if constexpr (width == 8) {
+    detail::store_big_endian64(static_cast<std::uint64_t>(value), out);
   } else {
     detail::store_big_endian32(static_cast<std::uint32_t>(value), out);
   }
@@ -192,12 +209,19 @@ void Archive::read_integer(T& value) {
   }
   if constexpr (width == 2) {
     value = static_cast<T>(detail::load_big_endian16(in));
+  } else if constexpr (width == 8) {
+    value = static_cast<T>(detail::load_big_endian64(in));
   } else {
     value = static_cast<T>(detail::load_big_endian32(in));
   }
 }
 
 Archive& Archive::operator<<(char value) {
+  write_bytes(&value, 1);
+  return *this;
+}
+
+Archive& Archive::operator<<(signed char value) {
   write_bytes(&value, 1);
   return *this;
 }
@@ -233,14 +257,27 @@ Archive& Archive::operator<<(unsigned int value) {
   return *this;
 }
 
-// long and unsigned long are stored in 4 bytes, whatever their host width.
+// long and unsigned long are stored in 4 bytes, whatever their host width;
+// a value that needs more is refused rather than cut.
 Archive& Archive::operator<<(long value) {
+  if (!detail::fits_archived_long(value)) long_out_of_range_error(value);
   write_integer(static_cast<std::int32_t>(value));
   return *this;
 }
 
 Archive& Archive::operator<<(unsigned long value) {
+  if (!detail::fits_archived_long(value)) long_out_of_range_error(value);
   write_integer(static_cast<std::uint32_t>(value));
+  return *this;
+}
+
+Archive& Archive::operator<<(long long value) {
+  write_integer(static_cast<std::int64_t>(value));
+  return *this;
+}
+
+Archive& Archive::operator<<(unsigned long long value) {
+  write_integer(static_cast<std::uint64_t>(value));
   return *this;
 }
 
@@ -261,6 +298,12 @@ Archive& Archive::operator<<(long double value) {
 
 Archive& Archive::operator>>(char& value) {
   char byte;
+  if (read_bytes(&byte, 1) == 1) value = byte;
+  return *this;
+}
+
+Archive& Archive::operator>>(signed char& value) {
+  signed char byte;
   if (read_bytes(&byte, 1) == 1) value = byte;
   return *this;
 }
@@ -306,6 +349,20 @@ Archive& Archive::operator>>(long& value) {
 
 Archive& Archive::operator>>(unsigned long& value) {
   std::uint32_t v;
+  read_integer(v);
+  value = v;
+  return *this;
+}
+
+Archive& Archive::operator>>(long long& value) {
+  std::int64_t v;
+  read_integer(v);
+  value = v;
+  return *this;
+}
+
+Archive& Archive::operator>>(unsigned long long& value) {
+  std::uint64_t v;
   read_integer(v);
   value = v;
   return *this;
@@ -437,6 +494,8 @@ std::size_t Archive::read_array_as(T* values, std::size_t count) {
 
 void Archive::write_array(const char* values, std::size_t count) { write_bytes(values, count); }
 
+void Archive::write_array(const signed char* values, std::size_t count) { write_bytes(values, count); }
+
 void Archive::write_array(const unsigned char* values, std::size_t count) { write_bytes(values, count); }
 
 void Archive::write_array(const bool* values, std::size_t count) {
@@ -453,11 +512,19 @@ void Archive::write_array(const int* values, std::size_t count) { write_swapped<
 
 void Archive::write_array(const unsigned int* values, std::size_t count) { write_swapped<4>(values, count); }
 
-void Archive::write_array(const long* values, std::size_t count) { write_array_as<long, std::int32_t>(values, count); }
+void Archive::write_array(const long* values, std::size_t count) {
+  check_archived_longs(values, count);
+  write_array_as<long, std::int32_t>(values, count);
+}
 
 void Archive::write_array(const unsigned long* values, std::size_t count) {
+  check_archived_longs(values, count);
   write_array_as<unsigned long, std::uint32_t>(values, count);
 }
+
+void Archive::write_array(const long long* values, std::size_t count) { write_swapped<8>(values, count); }
+
+void Archive::write_array(const unsigned long long* values, std::size_t count) { write_swapped<8>(values, count); }
 
 void Archive::write_array(const float* values, std::size_t count) {
   if (!portable()) {
@@ -506,6 +573,10 @@ std::size_t Archive::read_array(char* values, std::size_t count) {
   return got;
 }
 
+std::size_t Archive::read_array(signed char* values, std::size_t count) {
+  return read_array(reinterpret_cast<char*>(values), count);
+}
+
 std::size_t Archive::read_array(unsigned char* values, std::size_t count) {
   return read_array(reinterpret_cast<char*>(values), count);
 }
@@ -543,6 +614,12 @@ std::size_t Archive::read_array(long* values, std::size_t count) {
 
 std::size_t Archive::read_array(unsigned long* values, std::size_t count) {
   return read_array_as<unsigned long, std::uint32_t>(values, count);
+}
+
+std::size_t Archive::read_array(long long* values, std::size_t count) { return read_swapped<8>(values, count); }
+
+std::size_t Archive::read_array(unsigned long long* values, std::size_t count) {
+  return read_swapped<8>(values, count);
 }
 
 std::size_t Archive::read_array(float* values, std::size_t count) {

@@ -5,10 +5,16 @@
 // stored either as big-endian IEEE images (NATIVE_FORMAT, the default) or in
 // the library's portable packed form (PORTABLE_FORMAT):
 //
-//   char, unsigned char, bool   1 byte (bool written as 0 or 1)
+//   char, signed char,          1 byte (bool written as 0 or 1)
+//   unsigned char, bool
 //   short, unsigned short       2 bytes
 //   int, unsigned int           4 bytes
-//   long, unsigned long         4 bytes (the value taken as 32 bits)
+//   long, unsigned long         4 bytes, whatever the host's width: a value
+//                               outside the 32-bit range of its signedness
+//                               is refused (std::out_of_range)
+//   long long,                  8 bytes; use these for std::int64_t,
+//   unsigned long long          std::size_t and other 64-bit values, which
+//                               are `long` on 64-bit Linux
 //   float                       4 bytes: IEEE single, or one packed word
 //   double                      8 bytes: IEEE double, or two packed words
 //   long double                 native: the 12-byte x87 extended image, byte
@@ -52,7 +58,10 @@
 // a mode with both format bits ("Archive::open: all formats specified"), a
 // file that cannot be opened ("Archive::open: Couldn't open file: <name>")
 // or a null device ("Archive::open: no device"),
-// and from a portable write of an infinity or NaN; std::runtime_error from
+// and from a portable write of an infinity or NaN; std::out_of_range
+// ("Archive::operator<<: long value <v> does not fit in 4 bytes", also from
+// write_array, before any value of the run is written) for a long or
+// unsigned long beyond 32 bits; std::runtime_error from
 // a read, write or sync on a closed archive. Failures of the device are not
 // thrown: they set failed(), and last_error() keeps the system's reason.
 #ifndef VORN_PERSISTENCE_ARCHIVE_H_
@@ -129,6 +138,7 @@ class VORN_API Archive {
   std::uint64_t bytes_remaining() const noexcept { return size_ > position_ ? size_ - position_ : 0; }
 
   Archive& operator<<(char value);
+  Archive& operator<<(signed char value);
   Archive& operator<<(unsigned char value);
   Archive& operator<<(bool value);
   Archive& operator<<(short value);
@@ -137,11 +147,14 @@ class VORN_API Archive {
   Archive& operator<<(unsigned int value);
   Archive& operator<<(long value);
   Archive& operator<<(unsigned long value);
+  Archive& operator<<(long long value);
+  Archive& operator<<(unsigned long long value);
   Archive& operator<<(float value);
   Archive& operator<<(double value);
   Archive& operator<<(long double value);
 
   Archive& operator>>(char& value);
+  Archive& operator>>(signed char& value);
   Archive& operator>>(unsigned char& value);
   Archive& operator>>(bool& value);
   Archive& operator>>(short& value);
@@ -150,6 +163,8 @@ class VORN_API Archive {
   Archive& operator>>(unsigned int& value);
   Archive& operator>>(long& value);
   Archive& operator>>(unsigned long& value);
+  Archive& operator>>(long long& value);
+  Archive& operator>>(unsigned long long& value);
   Archive& operator>>(float& value);
   Archive& operator>>(double& value);
   Archive& operator>>(long double& value);
@@ -157,6 +172,7 @@ class VORN_API Archive {
   // Runs of values: the bytes are exactly those of `count` single writes, but
   // converted straight into the device's buffer in large pieces.
   void write_array(const char* values, std::size_t count);
+  void write_array(const signed char* values, std::size_t count);
   void write_array(const unsigned char* values, std::size_t count);
   void write_array(const bool* values, std::size_t count);
   void write_array(const short* values, std::size_t count);
@@ -165,6 +181,8 @@ class VORN_API Archive {
   void write_array(const unsigned int* values, std::size_t count);
   void write_array(const long* values, std::size_t count);
   void write_array(const unsigned long* values, std::size_t count);
+  void write_array(const long long* values, std::size_t count);
+  void write_array(const unsigned long long* values, std::size_t count);
   void write_array(const float* values, std::size_t count);
   void write_array(const double* values, std::size_t count);
   void write_array(const long double* values, std::size_t count);
@@ -172,6 +190,7 @@ class VORN_API Archive {
   // Reads `count` values as `count` single reads would. Returns the number of
   // values read completely; the rest are left as a single read leaves them.
   std::size_t read_array(char* values, std::size_t count);
+  std::size_t read_array(signed char* values, std::size_t count);
   std::size_t read_array(unsigned char* values, std::size_t count);
   std::size_t read_array(bool* values, std::size_t count);
   std::size_t read_array(short* values, std::size_t count);
@@ -180,6 +199,8 @@ class VORN_API Archive {
   std::size_t read_array(unsigned int* values, std::size_t count);
   std::size_t read_array(long* values, std::size_t count);
   std::size_t read_array(unsigned long* values, std::size_t count);
+  std::size_t read_array(long long* values, std::size_t count);
+  std::size_t read_array(unsigned long long* values, std::size_t count);
   std::size_t read_array(float* values, std::size_t count);
   std::size_t read_array(double* values, std::size_t count);
   std::size_t read_array(long double* values, std::size_t count);

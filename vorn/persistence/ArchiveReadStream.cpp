@@ -64,6 +64,15 @@ void ArchiveReadStream::read(const char* tag, long& value, PersistentReadStreamP
 void ArchiveReadStream::read(const char* tag, unsigned long& value, PersistentReadStreamPresence) {
   read_value(tag, value);
 }
+void ArchiveReadStream::read(const char* tag, signed char& value, PersistentReadStreamPresence) {
+  read_value(tag, value);
+}
+void ArchiveReadStream::read(const char* tag, long long& value, PersistentReadStreamPresence) {
+  read_value(tag, value);
+}
+void ArchiveReadStream::read(const char* tag, unsigned long long& value, PersistentReadStreamPresence) {
+  read_value(tag, value);
+}
 void ArchiveReadStream::read(const char* tag, float& value, PersistentReadStreamPresence) { read_value(tag, value); }
 void ArchiveReadStream::read(const char* tag, double& value, PersistentReadStreamPresence) { read_value(tag, value); }
 void ArchiveReadStream::read(const char* tag, long double& value, PersistentReadStreamPresence) {
@@ -98,6 +107,7 @@ void ArchiveReadStream::end_read_block() {}
   }
 
 VORN_ARCHIVE_READ_ARRAY(char)
+VORN_ARCHIVE_READ_ARRAY(signed char)
 VORN_ARCHIVE_READ_ARRAY(unsigned char)
 VORN_ARCHIVE_READ_ARRAY(bool)
 VORN_ARCHIVE_READ_ARRAY(short)
@@ -106,6 +116,8 @@ VORN_ARCHIVE_READ_ARRAY(int)
 VORN_ARCHIVE_READ_ARRAY(unsigned int)
 VORN_ARCHIVE_READ_ARRAY(long)
 VORN_ARCHIVE_READ_ARRAY(unsigned long)
+VORN_ARCHIVE_READ_ARRAY(long long)
+VORN_ARCHIVE_READ_ARRAY(unsigned long long)
 VORN_ARCHIVE_READ_ARRAY(float)
 VORN_ARCHIVE_READ_ARRAY(double)
 VORN_ARCHIVE_READ_ARRAY(long double)

@@ -1,7 +1,8 @@
 // ArchiveReadStream: a PersistentReadStream that reads back, positionally,
 // what an ArchiveWriteStream stored in an Archive.
 //
-// Tags, block names and presence are ignored: every read consumes the next
+// Tags, block names, versions and presence are ignored (every block reads
+// as version 0): every read consumes the next
 // value of the file, so the reads must repeat the writes exactly. Every
 // block is "found"; no type name is ever found, so a polymorphic handle read
 // from an archive throws ItemNotPresent (or OptionalItemNotPresent)
@@ -41,6 +42,7 @@ class VORN_API ArchiveReadStream : public PersistentReadStream {
   using PersistentReadStream::read;
 
   void read(const char* tag, char& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
+  void read(const char* tag, signed char& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
   void read(const char* tag, unsigned char& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
   void read(const char* tag, bool& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
   void read(const char* tag, short& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
@@ -49,6 +51,9 @@ class VORN_API ArchiveReadStream : public PersistentReadStream {
   void read(const char* tag, unsigned int& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
   void read(const char* tag, long& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
   void read(const char* tag, unsigned long& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
+  void read(const char* tag, long long& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
+  void read(const char* tag, unsigned long long& value,
+            PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
   void read(const char* tag, float& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
   void read(const char* tag, double& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
   void read(const char* tag, long double& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) override;
@@ -59,6 +64,7 @@ class VORN_API ArchiveReadStream : public PersistentReadStream {
   void end_read_block() override;
 
   void read_array(const char* tag, char* values, std::size_t count) override;
+  void read_array(const char* tag, signed char* values, std::size_t count) override;
   void read_array(const char* tag, unsigned char* values, std::size_t count) override;
   void read_array(const char* tag, bool* values, std::size_t count) override;
   void read_array(const char* tag, short* values, std::size_t count) override;
@@ -67,6 +73,8 @@ class VORN_API ArchiveReadStream : public PersistentReadStream {
   void read_array(const char* tag, unsigned int* values, std::size_t count) override;
   void read_array(const char* tag, long* values, std::size_t count) override;
   void read_array(const char* tag, unsigned long* values, std::size_t count) override;
+  void read_array(const char* tag, long long* values, std::size_t count) override;
+  void read_array(const char* tag, unsigned long long* values, std::size_t count) override;
   void read_array(const char* tag, float* values, std::size_t count) override;
   void read_array(const char* tag, double* values, std::size_t count) override;
   void read_array(const char* tag, long double* values, std::size_t count) override;

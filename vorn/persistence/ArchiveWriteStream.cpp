@@ -2,10 +2,27 @@
 
 #include <sstream>
 #include <stdexcept>
+#include <type_traits>
 
 #include "vorn/persistence/detail/Coding.h"
 
 namespace vorn {
+
+namespace {
+
+// Refuses a run of long or unsigned long holding a value without a 4-byte
+// form, naming the tag, before any of the run is written.
+template <class T>
+void check_archived_longs(const char* tag, const T* values, std::size_t count) {
+  const std::size_t unfit = detail::first_unfit_archived_long(values, count);
+  if (unfit == count) return;
+  std::ostringstream message;
+  message << "ArchiveWriteStream::write: " << (std::is_signed_v<T> ? "long" : "unsigned long") << " value "
+          << values[unfit] << " of '" << tag << "' does not fit in 4 bytes";
+  throw std::out_of_range(message.str());
+}
+
+}  // namespace
 
 ArchiveWriteStream::~ArchiveWriteStream() = default;
 
@@ -16,8 +33,17 @@ void ArchiveWriteStream::write(const char*, short value) { archive_ << value; }
 void ArchiveWriteStream::write(const char*, unsigned short value) { archive_ << value; }
 void ArchiveWriteStream::write(const char*, int value) { archive_ << value; }
 void ArchiveWriteStream::write(const char*, unsigned int value) { archive_ << value; }
-void ArchiveWriteStream::write(const char*, long value) { archive_ << value; }
-void ArchiveWriteStream::write(const char*, unsigned long value) { archive_ << value; }
+void ArchiveWriteStream::write(const char*, signed char value) { archive_ << value; }
+void ArchiveWriteStream::write(const char* tag, long value) {
+  check_archived_longs(tag, &value, 1);
+  archive_ << value;
+}
+void ArchiveWriteStream::write(const char* tag, unsigned long value) {
+  check_archived_longs(tag, &value, 1);
+  archive_ << value;
+}
+void ArchiveWriteStream::write(const char*, long long value) { archive_ << value; }
+void ArchiveWriteStream::write(const char*, unsigned long long value) { archive_ << value; }
 void ArchiveWriteStream::write(const char*, float value) { archive_ << value; }
 void ArchiveWriteStream::write(const char*, double value) { archive_ << value; }
 void ArchiveWriteStream::write(const char*, long double value) { archive_ << value; }
@@ -40,18 +66,29 @@ void ArchiveWriteStream::end_block() {}
   }
 
 VORN_ARCHIVE_WRITE_ARRAY(char)
+VORN_ARCHIVE_WRITE_ARRAY(signed char)
 VORN_ARCHIVE_WRITE_ARRAY(unsigned char)
 VORN_ARCHIVE_WRITE_ARRAY(bool)
 VORN_ARCHIVE_WRITE_ARRAY(short)
 VORN_ARCHIVE_WRITE_ARRAY(unsigned short)
 VORN_ARCHIVE_WRITE_ARRAY(int)
 VORN_ARCHIVE_WRITE_ARRAY(unsigned int)
-VORN_ARCHIVE_WRITE_ARRAY(long)
-VORN_ARCHIVE_WRITE_ARRAY(unsigned long)
+VORN_ARCHIVE_WRITE_ARRAY(long long)
+VORN_ARCHIVE_WRITE_ARRAY(unsigned long long)
 VORN_ARCHIVE_WRITE_ARRAY(float)
 VORN_ARCHIVE_WRITE_ARRAY(double)
 VORN_ARCHIVE_WRITE_ARRAY(long double)
 
 #undef VORN_ARCHIVE_WRITE_ARRAY
+
+void ArchiveWriteStream::write_array(const char* tag, const long* values, std::size_t count) {
+  check_archived_longs(tag, values, count);
+  archive_.write_array(values, count);
+}
+
+void ArchiveWriteStream::write_array(const char* tag, const unsigned long* values, std::size_t count) {
+  check_archived_longs(tag, values, count);
+  archive_.write_array(values, count);
+}
 
 }  // namespace vorn

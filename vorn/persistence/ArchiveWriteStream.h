@@ -16,8 +16,11 @@
 // support polymorphism: writing a handle of a polymorphic class throws
 // std::runtime_error "Failed whilst writing as stream does not support
 // polymorphism" before anything is written. Writing a string longer than
-// 2^32 - 1 bytes throws std::length_error; the Archive's own exceptions
-// pass through.
+// 2^32 - 1 bytes throws std::length_error. A long or unsigned long is stored
+// in 4 bytes: one outside the 32-bit range throws std::out_of_range
+// "ArchiveWriteStream::write: long value <v> of '<tag>' does not fit in 4
+// bytes" before anything is written (store such values as long long). Block
+// versions are not stored. The Archive's own exceptions pass through.
 #ifndef VORN_PERSISTENCE_ARCHIVEWRITESTREAM_H_
 #define VORN_PERSISTENCE_ARCHIVEWRITESTREAM_H_
 
@@ -35,11 +38,13 @@ class VORN_API ArchiveWriteStream : public PersistentWriteStream {
   explicit ArchiveWriteStream(Archive& archive) noexcept : archive_(archive) {}
   ~ArchiveWriteStream() override;
 
+  using PersistentWriteStream::begin_block;
   using PersistentWriteStream::write;
 
   bool supports_polymorphism() const override { return false; }
 
   void write(const char* tag, char value) override;
+  void write(const char* tag, signed char value) override;
   void write(const char* tag, unsigned char value) override;
   void write(const char* tag, bool value) override;
   void write(const char* tag, short value) override;
@@ -48,6 +53,8 @@ class VORN_API ArchiveWriteStream : public PersistentWriteStream {
   void write(const char* tag, unsigned int value) override;
   void write(const char* tag, long value) override;
   void write(const char* tag, unsigned long value) override;
+  void write(const char* tag, long long value) override;
+  void write(const char* tag, unsigned long long value) override;
   void write(const char* tag, float value) override;
   void write(const char* tag, double value) override;
   void write(const char* tag, long double value) override;
@@ -57,6 +64,7 @@ class VORN_API ArchiveWriteStream : public PersistentWriteStream {
   void end_block() override;
 
   void write_array(const char* tag, const char* values, std::size_t count) override;
+  void write_array(const char* tag, const signed char* values, std::size_t count) override;
   void write_array(const char* tag, const unsigned char* values, std::size_t count) override;
   void write_array(const char* tag, const bool* values, std::size_t count) override;
   void write_array(const char* tag, const short* values, std::size_t count) override;
@@ -65,6 +73,8 @@ class VORN_API ArchiveWriteStream : public PersistentWriteStream {
   void write_array(const char* tag, const unsigned int* values, std::size_t count) override;
   void write_array(const char* tag, const long* values, std::size_t count) override;
   void write_array(const char* tag, const unsigned long* values, std::size_t count) override;
+  void write_array(const char* tag, const long long* values, std::size_t count) override;
+  void write_array(const char* tag, const unsigned long long* values, std::size_t count) override;
   void write_array(const char* tag, const float* values, std::size_t count) override;
   void write_array(const char* tag, const double* values, std::size_t count) override;
   void write_array(const char* tag, const long double* values, std::size_t count) override;

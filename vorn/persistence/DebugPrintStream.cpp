@@ -9,6 +9,7 @@ void DebugPrintStream::indent() {
 }
 
 void DebugPrintStream::write(const char* tag, char value) { write(tag, static_cast<long>(value)); }
+void DebugPrintStream::write(const char* tag, signed char value) { write(tag, static_cast<long>(value)); }
 void DebugPrintStream::write(const char* tag, unsigned char value) { write(tag, static_cast<long>(value)); }
 void DebugPrintStream::write(const char* tag, bool value) { write(tag, static_cast<long>(value)); }
 void DebugPrintStream::write(const char* tag, short value) { write(tag, static_cast<long>(value)); }
@@ -22,6 +23,16 @@ void DebugPrintStream::write(const char* tag, long value) {
 }
 
 void DebugPrintStream::write(const char* tag, unsigned long value) {
+  indent();
+  out_ << tag << ": " << value << ' ';
+}
+
+void DebugPrintStream::write(const char* tag, long long value) {
+  indent();
+  out_ << tag << ": " << value << ' ';
+}
+
+void DebugPrintStream::write(const char* tag, unsigned long long value) {
   indent();
   out_ << tag << ": " << value << ' ';
 }

@@ -15,8 +15,10 @@
 // indentation by four blanks; each value is the indentation, "tag: value"
 // and one blank, with no line break, so the values of one block share a
 // line; a string prints as "tag: 'text' "; the end of a block writes a line
-// break. Integers print as long or unsigned long (a char as its number, a
-// bool as 0 or 1), floating point as double, all with the ostream's current
+// break. Integers print as long or unsigned long (a char or signed char as
+// its number, a bool as 0 or 1; long long and unsigned long long as
+// themselves, in the same "tag: value " form; block versions are not
+// printed), floating point as double, all with the ostream's current
 // formatting. Handles print as "Handle" blocks with their "serial_number"
 // and, on first appearance, their "value".
 //
@@ -41,11 +43,13 @@ class VORN_API DebugPrintStream : public PersistentWriteStream {
   explicit DebugPrintStream(std::ostream& out) noexcept : out_(out) {}
   ~DebugPrintStream() override;
 
+  using PersistentWriteStream::begin_block;
   using PersistentWriteStream::write;
 
   bool supports_polymorphism() const override { return true; }
 
   void write(const char* tag, char value) override;
+  void write(const char* tag, signed char value) override;
   void write(const char* tag, unsigned char value) override;
   void write(const char* tag, bool value) override;
   void write(const char* tag, short value) override;
@@ -54,6 +58,8 @@ class VORN_API DebugPrintStream : public PersistentWriteStream {
   void write(const char* tag, unsigned int value) override;
   void write(const char* tag, long value) override;
   void write(const char* tag, unsigned long value) override;
+  void write(const char* tag, long long value) override;
+  void write(const char* tag, unsigned long long value) override;
   void write(const char* tag, float value) override;
   void write(const char* tag, double value) override;
   void write(const char* tag, long double value) override;

@@ -10,6 +10,7 @@ PersistentReadStream::Block::Block(PersistentReadStream& stream, const char* tag
   stream_.enter_block(tag);
   try {
     stream_.checked_find_block(tag, type_name, presence);
+    version_ = stream_.found_block_version();
   } catch (...) {
     --stream_.block_depth_;
     throw;
@@ -71,6 +72,7 @@ std::size_t PersistentReadStream::check_item_count(const char*, unsigned int cou
   }
 
 VORN_DEFAULT_READ_ARRAY(char)
+VORN_DEFAULT_READ_ARRAY(signed char)
 VORN_DEFAULT_READ_ARRAY(unsigned char)
 VORN_DEFAULT_READ_ARRAY(bool)
 VORN_DEFAULT_READ_ARRAY(short)
@@ -79,6 +81,8 @@ VORN_DEFAULT_READ_ARRAY(int)
 VORN_DEFAULT_READ_ARRAY(unsigned int)
 VORN_DEFAULT_READ_ARRAY(long)
 VORN_DEFAULT_READ_ARRAY(unsigned long)
+VORN_DEFAULT_READ_ARRAY(long long)
+VORN_DEFAULT_READ_ARRAY(unsigned long long)
 VORN_DEFAULT_READ_ARRAY(float)
 VORN_DEFAULT_READ_ARRAY(double)
 VORN_DEFAULT_READ_ARRAY(long double)

@@ -12,6 +12,10 @@
 //     s.read("samples", samples_);  // std::vector<double>
 //   }
 //
+// A class that changed its layout writes its blocks with a version
+// (PersistentWriteStream::Block's fourth argument) and reads block.version()
+// to choose the layout; streams that store no versions give 0.
+//
 // The presence (ITEM_REQUIRED, the default, or ITEM_OPTIONAL) only selects
 // which exception reports a missing item. A handle is registered before its
 // object's contents are read, so an object that refers back to itself (a
@@ -86,8 +90,13 @@ class VORN_API PersistentReadStream {
     Block(const Block&) = delete;
     Block& operator=(const Block&) = delete;
 
+    // The class version stored with the block; 0 from streams that store
+    // none.
+    unsigned int version() const noexcept { return version_; }
+
    private:
     PersistentReadStream& stream_;
+    unsigned int version_ = 0;
   };
 
   // Makes the object for a handle read for the first time: a default
@@ -118,6 +127,7 @@ class VORN_API PersistentReadStream {
   PersistentReadStream& operator=(const PersistentReadStream&) = delete;
 
   virtual void read(const char* tag, char& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) = 0;
+  virtual void read(const char* tag, signed char& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) = 0;
   virtual void read(const char* tag, unsigned char& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) = 0;
   virtual void read(const char* tag, bool& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) = 0;
   virtual void read(const char* tag, short& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) = 0;
@@ -126,6 +136,9 @@ class VORN_API PersistentReadStream {
   virtual void read(const char* tag, unsigned int& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) = 0;
   virtual void read(const char* tag, long& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) = 0;
   virtual void read(const char* tag, unsigned long& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) = 0;
+  virtual void read(const char* tag, long long& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) = 0;
+  virtual void read(const char* tag, unsigned long long& value,
+                    PersistentReadStreamPresence presence = ITEM_REQUIRED) = 0;
   virtual void read(const char* tag, float& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) = 0;
   virtual void read(const char* tag, double& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) = 0;
   virtual void read(const char* tag, long double& value, PersistentReadStreamPresence presence = ITEM_REQUIRED) = 0;
@@ -136,10 +149,14 @@ class VORN_API PersistentReadStream {
   // True when a type name was found for the item `tag`; stores it.
   virtual bool find_type(const char* tag, std::string& type_name, PersistentReadStreamPresence presence) = 0;
   virtual void end_read_block() = 0;
+  // The class version of the block find_block() has just found. The default
+  // is 0, for streams that store no versions.
+  virtual unsigned int found_block_version() const { return 0; }
 
   // Reads `count` required items, each under `tag`. The default reads them
   // one by one; overrides must give exactly the same result.
   virtual void read_array(const char* tag, char* values, std::size_t count);
+  virtual void read_array(const char* tag, signed char* values, std::size_t count);
   virtual void read_array(const char* tag, unsigned char* values, std::size_t count);
   virtual void read_array(const char* tag, bool* values, std::size_t count);
   virtual void read_array(const char* tag, short* values, std::size_t count);
@@ -148,6 +165,8 @@ class VORN_API PersistentReadStream {
   virtual void read_array(const char* tag, unsigned int* values, std::size_t count);
   virtual void read_array(const char* tag, long* values, std::size_t count);
   virtual void read_array(const char* tag, unsigned long* values, std::size_t count);
+  virtual void read_array(const char* tag, long long* values, std::size_t count);
+  virtual void read_array(const char* tag, unsigned long long* values, std::size_t count);
   virtual void read_array(const char* tag, float* values, std::size_t count);
   virtual void read_array(const char* tag, double* values, std::size_t count);
   virtual void read_array(const char* tag, long double* values, std::size_t count);

@@ -17,12 +17,17 @@ void PersistentWriteStream::non_registered_type_error(const std::string& type_na
   throw std::runtime_error("Error: Type '" + type_name + "' has not been registered with PolymorphicFactory");
 }
 
+void PersistentWriteStream::begin_block(const char* tag, const char* type_name, unsigned int) {
+  begin_block(tag, type_name);
+}
+
 #define VORN_DEFAULT_WRITE_ARRAY(Type)                                                                \
   void PersistentWriteStream::write_array(const char* tag, const Type* values, std::size_t count) { \
     for (std::size_t i = 0; i < count; ++i) write(tag, values[i]);                                   \
   }
 
 VORN_DEFAULT_WRITE_ARRAY(char)
+VORN_DEFAULT_WRITE_ARRAY(signed char)
 VORN_DEFAULT_WRITE_ARRAY(unsigned char)
 VORN_DEFAULT_WRITE_ARRAY(bool)
 VORN_DEFAULT_WRITE_ARRAY(short)
@@ -31,6 +36,8 @@ VORN_DEFAULT_WRITE_ARRAY(int)
 VORN_DEFAULT_WRITE_ARRAY(unsigned int)
 VORN_DEFAULT_WRITE_ARRAY(long)
 VORN_DEFAULT_WRITE_ARRAY(unsigned long)
+VORN_DEFAULT_WRITE_ARRAY(long long)
+VORN_DEFAULT_WRITE_ARRAY(unsigned long long)
 VORN_DEFAULT_WRITE_ARRAY(float)
 VORN_DEFAULT_WRITE_ARRAY(double)
 VORN_DEFAULT_WRITE_ARRAY(long double)

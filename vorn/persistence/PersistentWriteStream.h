@@ -1,8 +1,9 @@
 // PersistentWriteStream: the abstract stream through which every persistent
 // object stores itself, as a tree of tagged items.
 //
-// Primitive items carry a value; blocks carry a type name and hold further
-// items. A persistent class offers `write(const char* tag,
+// Primitive items carry a value (the integer types from char to long long,
+// signed char, bool, the floating-point types and std::string); blocks carry
+// a type name, a class version (0 unless given) and hold further items. A persistent class offers `write(const char* tag,
 // PersistentWriteStream&) const` and writes itself as one Block:
 //
 //   void Point::write(const char* tag, vorn::PersistentWriteStream& s) const {
@@ -57,8 +58,11 @@ class VORN_API PersistentWriteStream {
   // exception passes.
   class Block {
    public:
-    Block(PersistentWriteStream& stream, const char* tag, const char* type_name) : stream_(stream) {
-      stream_.begin_block(tag, type_name);
+    // `version` is the class version of the block's layout, stored by the
+    // streams that keep versions (and 0 is what the others read back).
+    Block(PersistentWriteStream& stream, const char* tag, const char* type_name, unsigned int version = 0)
+        : stream_(stream) {
+      stream_.begin_block(tag, type_name, version);
     }
     ~Block() { stream_.end_block(); }
     Block(const Block&) = delete;
@@ -90,6 +94,7 @@ class VORN_API PersistentWriteStream {
   virtual bool supports_polymorphism() const = 0;
 
   virtual void write(const char* tag, char value) = 0;
+  virtual void write(const char* tag, signed char value) = 0;
   virtual void write(const char* tag, unsigned char value) = 0;
   virtual void write(const char* tag, bool value) = 0;
   virtual void write(const char* tag, short value) = 0;
@@ -98,17 +103,23 @@ class VORN_API PersistentWriteStream {
   virtual void write(const char* tag, unsigned int value) = 0;
   virtual void write(const char* tag, long value) = 0;
   virtual void write(const char* tag, unsigned long value) = 0;
+  virtual void write(const char* tag, long long value) = 0;
+  virtual void write(const char* tag, unsigned long long value) = 0;
   virtual void write(const char* tag, float value) = 0;
   virtual void write(const char* tag, double value) = 0;
   virtual void write(const char* tag, long double value) = 0;
   virtual void write(const char* tag, const std::string& value) = 0;
 
   virtual void begin_block(const char* tag, const char* type_name) = 0;
+  // Opens a block of class version `version`. The default drops the version
+  // and opens the block as above; streams that store versions override it.
+  virtual void begin_block(const char* tag, const char* type_name, unsigned int version);
   virtual void end_block() = 0;
 
   // Writes `count` items, each under `tag`. The default writes them one by
   // one; overrides must produce exactly the same result.
   virtual void write_array(const char* tag, const char* values, std::size_t count);
+  virtual void write_array(const char* tag, const signed char* values, std::size_t count);
   virtual void write_array(const char* tag, const unsigned char* values, std::size_t count);
   virtual void write_array(const char* tag, const bool* values, std::size_t count);
   virtual void write_array(const char* tag, const short* values, std::size_t count);
@@ -117,6 +128,8 @@ class VORN_API PersistentWriteStream {
   virtual void write_array(const char* tag, const unsigned int* values, std::size_t count);
   virtual void write_array(const char* tag, const long* values, std::size_t count);
   virtual void write_array(const char* tag, const unsigned long* values, std::size_t count);
+  virtual void write_array(const char* tag, const long long* values, std::size_t count);
+  virtual void write_array(const char* tag, const unsigned long long* values, std::size_t count);
   virtual void write_array(const char* tag, const float* values, std::size_t count);
   virtual void write_array(const char* tag, const double* values, std::size_t count);
   virtual void write_array(const char* tag, const long double* values, std::size_t count);

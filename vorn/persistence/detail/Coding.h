@@ -76,6 +76,28 @@ inline void append_big_endian32(std::string& out, std::uint32_t v) {
   out.append(reinterpret_cast<const char*>(bytes), 4);
 }
 
+// ---- Host integers stored in 4 bytes -------------------------------------
+//
+// long and unsigned long are stored as 32-bit words whatever their host
+// width; only values in the 32-bit range of their signedness have that form.
+
+inline bool fits_archived_long(long value) noexcept {
+  return value >= std::numeric_limits<std::int32_t>::min() && value <= std::numeric_limits<std::int32_t>::max();
+}
+
+inline bool fits_archived_long(unsigned long value) noexcept {
+  return value <= std::numeric_limits<std::uint32_t>::max();
+}
+
+// The index of the first value of values[0, count) without a 4-byte form,
+// or count.
+template <class T>
+std::size_t first_unfit_archived_long(const T* values, std::size_t count) noexcept {
+  for (std::size_t i = 0; i < count; ++i)
+    if (!fits_archived_long(values[i])) return i;
+  return count;
+}
+
 // ---- Runs of words -------------------------------------------------------
 //
 // `n` values of 2, 4 or 8 bytes copied between host order and file order.

@@ -1,0 +1,518 @@
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "persistence/RepresentativeGraph.h"
+#include "support/TestSupport.h"
+#include "vorn/persistence/PersistentContainers.h"
+#include "vorn/persistence/PolymorphicPersistent.h"
+#include "vorn/persistence/PolymorphicRegistrar.h"
+#include "vorn/persistence/json/JsonReadStream.h"
+#include "vorn/persistence/json/JsonWriteStream.h"
+
+namespace vorn {
+namespace {
+
+using testing::error_of;
+
+template <class T>
+std::string json_of(const T& value, const char* tag = "v", JsonWriteStream::Options options = {}) {
+  std::ostringstream text;
+  JsonWriteStream stream(text, options);
+  stream.write(tag, value);
+  stream.close();
+  return text.str();
+}
+
+template <class T>
+T read_json(const std::string& json, const char* tag = "v") {
+  std::istringstream text(json);
+  JsonReadStream stream(text);
+  T value{};
+  stream.read(tag, value);
+  return value;
+}
+
+template <class T>
+T round_trip(const T& value) {
+  return read_json<T>(json_of(value));
+}
+
+struct Point {
+  int x = 0;
+  int y = 0;
+  void write(const char* tag, PersistentWriteStream& s) const {
+    PersistentWriteStream::Block block(s, tag, "Point");
+    s.write("x", x);
+    s.write("y", y);
+  }
+  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) {
+    PersistentReadStream::Block block(s, tag, "Point", presence);
+    s.read("x", x);
+    s.read("y", y);
+  }
+};
+
+TEST(JsonStreams, APIExamples) {
+  EXPECT_EQ(json_of(Point{1, 2}, "p"), R"({"p":{"$type":"Point","x":1,"y":2}})");
+  EXPECT_EQ(json_of(std::vector<int>{1, 2, 3}, "numbers"), R"({"numbers":[1,2,3]})");
+  EXPECT_EQ(json_of(Point{1, 2}, "p", {true}),
+            "{\n    \"p\": {\n        \"$type\": \"Point\",\n        \"x\": 1,\n        \"y\": 2\n    }\n}");
+  const Point back = read_json<Point>(R"({"p":{"$type":"Point","y":-5,"x":7}})", "p");
+  EXPECT_EQ(back.x, 7);
+  EXPECT_EQ(back.y, -5);
+}
+
+// The value read back is the value written, bit for bit (an x86 long
+// double has 10 bytes of value and padding after them).
+template <class T>
+void expect_round_trips(const char* type, std::initializer_list<T> values) {
+  constexpr std::size_t bytes = std::numeric_limits<T>::digits == 64 && sizeof(T) > 10 ? 10 : sizeof(T);
+  for (const T value : values) {
+    SCOPED_TRACE(std::string(type) + " " + std::to_string(value));
+    const T back = round_trip(value);
+    EXPECT_EQ(std::memcmp(&back, &value, bytes), 0) << back;
+  }
+}
+
+template <class T>
+void expect_limits_round_trip(const char* type) {
+  using L = std::numeric_limits<T>;
+  expect_round_trips<T>(type, {L::min(), L::max(), T(0), T(1)});
+}
+
+TEST(JsonPrimitives, IntegersRoundTripAtTheirLimits) {
+  expect_limits_round_trip<char>("char");
+  expect_limits_round_trip<signed char>("signed char");
+  expect_limits_round_trip<unsigned char>("unsigned char");
+  expect_limits_round_trip<short>("short");
+  expect_limits_round_trip<unsigned short>("unsigned short");
+  expect_limits_round_trip<int>("int");
+  expect_limits_round_trip<unsigned int>("unsigned int");
+  expect_limits_round_trip<long>("long");
+  expect_limits_round_trip<unsigned long>("unsigned long");
+  expect_limits_round_trip<long long>("long long");
+  expect_limits_round_trip<unsigned long long>("unsigned long long");
+  EXPECT_TRUE(round_trip(true));
+  EXPECT_FALSE(round_trip(false));
+}
+
+template <class T>
+void expect_floating_round_trip(const char* type) {
+  using L = std::numeric_limits<T>;
+  expect_round_trips<T>(type, {L::min(), L::max(), L::lowest(), L::denorm_min(), L::epsilon(), T(0), -T(0),
+                               T(0.1L), T(1) / T(3), L::infinity(), -L::infinity()});
+  SCOPED_TRACE(type);
+  EXPECT_TRUE(std::isnan(round_trip(L::quiet_NaN())));
+}
+
+TEST(JsonPrimitives, FloatingPointRoundTripsExactlyWithInfinitiesAndNaN) {
+  expect_floating_round_trip<float>("float");
+  expect_floating_round_trip<double>("double");
+  expect_floating_round_trip<long double>("long double");
+}
+
+TEST(JsonPrimitives, RandomBitPatternsRoundTripExactly) {
+  std::mt19937_64 random(20261122);
+  std::vector<double> doubles;
+  std::vector<float> floats;
+  while (doubles.size() < 20000) {
+    const std::uint64_t bits = random();
+    double d;
+    float f;
+    std::memcpy(&d, &bits, sizeof d);
+    std::memcpy(&f, &bits, sizeof f);
+    if (std::isfinite(d)) doubles.push_back(d);
+    if (std::isfinite(f)) floats.push_back(f);
+  }
+  EXPECT_EQ(round_trip(doubles), doubles);
+  EXPECT_EQ(round_trip(floats), floats);
+}
+
+TEST(JsonPrimitives, DocumentedTextForms) {
+  struct Case {
+    const char* name;
+    std::string json;
+    std::string want;
+  };
+  const Case cases[] = {
+      {"a char is its number", json_of('A'), R"({"v":65})"},
+      {"bool", json_of(true), R"({"v":true})"},
+      {"signed char", json_of(static_cast<signed char>(-128)), R"({"v":-128})"},
+      {"long long minimum", json_of(std::numeric_limits<long long>::min()), R"({"v":-9223372036854775808})"},
+      {"unsigned long long maximum", json_of(std::numeric_limits<unsigned long long>::max()),
+       R"({"v":18446744073709551615})"},
+      {"shortest double", json_of(0.1), R"({"v":0.1})"},
+      {"shortest float", json_of(0.1f), R"({"v":0.1})"},
+      {"long double keeps its digits", json_of(1.0L / 3), R"({"v":"0.33333333333333333334"})"},
+      {"NaN", json_of(std::numeric_limits<double>::quiet_NaN()), R"({"v":"NaN"})"},
+      {"infinity", json_of(std::numeric_limits<float>::infinity()), R"({"v":"Infinity"})"},
+      {"minus infinity", json_of(-std::numeric_limits<long double>::infinity()), R"({"v":"-Infinity"})"},
+      {"zero byte", json_of(std::string("a\0b", 3)), R"({"v":"a\u0000b"})"},
+      {"empty document", [] {
+         std::ostringstream text;
+         JsonWriteStream(text).close();
+         return text.str();
+       }(),
+       "{}"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(c.json, c.want);
+  }
+}
+
+TEST(JsonPrimitives, StringsRoundTripByteForByte) {
+  struct Case {
+    const char* name;
+    std::string text;
+  };
+  const Case cases[] = {
+      {"empty", ""},
+      {"quotes and backslashes", R"(say "hi" \ bye)"},
+      {"control characters", "tab\tnew\nline\rbell\x07\x1f"},
+      {"UTF-8", "gr\xc3\xbc\xc3\x9f \xe2\x82\xac \xf0\x9f\x98\x80"},
+      {"zero bytes", std::string("\0a\0\0b\0", 6)},
+      {"bytes that are not UTF-8", "\xff\xfe\x80"},
+      {"a tag-like text", "$type"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(round_trip(c.text), c.text);
+  }
+}
+
+TEST(JsonGraphs, RepresentativeGraphReadsBackWithItsSharing) {
+  const test::Graph graph = test::Graph::make();
+  std::ostringstream text;
+  {
+    JsonWriteStream stream(text);
+    stream.write("graph", graph);
+  }
+  std::istringstream in(text.str());
+  JsonReadStream stream(in);
+  test::Graph back;
+  stream.read("graph", back);
+  EXPECT_TRUE(back.same_values(graph));
+  EXPECT_TRUE(back.sharing_intact());
+  test::Node::break_all_cycles();
+}
+
+TEST(JsonGraphs, GoldenFile) {
+  const std::string golden = std::string(VORN_TEST_DATA_DIR) + "/json/graph.json";
+  const std::string written = json_of(test::Graph::make(), "graph", {true}) + "\n";
+  test::Node::break_all_cycles();
+  std::ifstream file(golden);
+  const std::string expected((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  EXPECT_EQ(written, expected);
+  std::istringstream in(expected);
+  JsonReadStream stream(in);
+  test::Graph back;
+  stream.read("graph", back);
+  EXPECT_TRUE(back.same_values(test::Graph::make()));
+  EXPECT_TRUE(back.sharing_intact());
+  test::Node::break_all_cycles();
+}
+
+TEST(JsonGraphs, SharedObjectIsWrittenOnceThenBySerialNumber) {
+  const THandle<Point> point(new Point{3, 4});
+  EXPECT_EQ(json_of(std::vector<THandle<Point>>{point, point, THandle<Point>()}, "h"),
+            R"({"h":[{"$type":"Handle","serial_number":1,"value":{"$type":"Point","x":3,"y":4}},)"
+            R"({"$type":"Handle","serial_number":1},{"$type":"Handle","serial_number":0}]})");
+  const auto back = round_trip(std::vector<THandle<Point>>{point, point});
+  ASSERT_EQ(back.size(), 2u);
+  EXPECT_EQ(back[0], back[1]);
+  EXPECT_EQ(back[0]->y, 4);
+}
+
+class Shape {
+ public:
+  virtual ~Shape() = default;
+  virtual void write(const char* tag, PersistentWriteStream& s) const = 0;
+  virtual void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) = 0;
+  virtual THandle<Shape> clone() const = 0;
+  virtual const char* class_name() const = 0;
+};
+
+class Circle : public PolymorphicPersistent<Circle, Shape> {
+ public:
+  static constexpr const char* type_name_ = "Circle";
+  double radius = 1;
+  void write(const char* tag, PersistentWriteStream& s) const override {
+    PersistentWriteStream::Block block(s, tag, class_name());
+    s.write("radius", radius);
+  }
+  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) override {
+    PersistentReadStream::Block block(s, tag, class_name(), presence);
+    s.read("radius", radius);
+  }
+};
+
+class Label : public PolymorphicPersistent<Label, Shape> {
+ public:
+  static constexpr const char* type_name_ = "Label";
+  std::string text;
+  void write(const char* tag, PersistentWriteStream& s) const override {
+    PersistentWriteStream::Block block(s, tag, class_name());
+    s.write("text", text);
+  }
+  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) override {
+    PersistentReadStream::Block block(s, tag, class_name(), presence);
+    s.read("text", text);
+  }
+};
+
+const PolymorphicRegistrar<Shape, Circle> circle_registrar;
+const PolymorphicRegistrar<Shape, Label> label_registrar;
+
+TEST(JsonPolymorphism, HandlesAreRecreatedThroughTheFactory) {
+  THandle<Circle> circle(new Circle);
+  circle->radius = 2.5;
+  THandle<Label> label(new Label);
+  label->text = "north";
+  const std::vector<THandle<Shape>> shapes = {circle, label, circle};
+  const std::string json = json_of(shapes, "shapes");
+  EXPECT_EQ(json,
+            R"({"shapes":[{"$type":"Handle","serial_number":1,"value":{"$type":"Circle","radius":2.5}},)"
+            R"({"$type":"Handle","serial_number":2,"value":{"$type":"Label","text":"north"}},)"
+            R"({"$type":"Handle","serial_number":1}]})");
+  const auto back = read_json<std::vector<THandle<Shape>>>(json, "shapes");
+  ASSERT_EQ(back.size(), 3u);
+  EXPECT_EQ(handle_dynamic_cast<Circle>(back[0])->radius, 2.5);
+  EXPECT_EQ(handle_dynamic_cast<Label>(back[1])->text, "north");
+  EXPECT_EQ(back[2], back[0]);
+}
+
+TEST(JsonPolymorphism, UnknownAndMissingTypeNames) {
+  struct Case {
+    const char* name;
+    std::string json;
+    std::string error;
+  };
+  const Case cases[] = {
+      {"unknown class", R"({"s":{"$type":"Handle","serial_number":1,"value":{"$type":"Hexagon"}}})",
+       "Failed whilst reading tag's' PolymorphicFactory did not contain a type with name 'Hexagon'"},
+      {"no type name", R"({"s":{"$type":"Handle","serial_number":1,"value":{"radius":1}}})",
+       "Failed to find polymorphic item with tag 'value'"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(error_of([&] { read_json<THandle<Shape>>(c.json, "s"); }), c.error);
+  }
+}
+
+// Version 1 of a class, and version 2, which gained "colour" and lost
+// "legacy".
+struct ItemV1 {
+  std::string name;
+  int legacy = 0;
+  void write(const char* tag, PersistentWriteStream& s) const {
+    PersistentWriteStream::Block block(s, tag, "Item");
+    s.write("name", name);
+    s.write("legacy", legacy);
+  }
+};
+
+struct ItemV2 {
+  std::string name;
+  std::string colour = "black";
+  void write(const char* tag, PersistentWriteStream& s) const {
+    PersistentWriteStream::Block block(s, tag, "Item");
+    s.write("name", name);
+    s.write("colour", colour);
+  }
+  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) {
+    PersistentReadStream::Block block(s, tag, "Item", presence);
+    s.read("name", name);
+    try {
+      s.read("colour", colour, ITEM_OPTIONAL);
+    } catch (const PersistentReadStream::OptionalItemNotPresent&) {
+      colour = "black";
+    }
+  }
+};
+
+TEST(JsonEvolution, OldFilesReadIntoAClassThatGainedAndLostFields) {
+  const ItemV2 back = read_json<ItemV2>(json_of(ItemV1{"lamp", 7}, "item"), "item");
+  EXPECT_EQ(back.name, "lamp");
+  EXPECT_EQ(back.colour, "black");
+}
+
+struct Versioned {
+  unsigned int version_written = 0;
+  unsigned int version_read = 0;
+  void write(const char* tag, PersistentWriteStream& s) const {
+    PersistentWriteStream::Block block(s, tag, "Versioned", version_written);
+  }
+  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) {
+    PersistentReadStream::Block block(s, tag, "Versioned", presence);
+    version_read = block.version();
+  }
+};
+
+TEST(JsonEvolution, BlocksCarryTheirClassVersion) {
+  struct Case {
+    const char* name;
+    unsigned int version;
+    std::string want_json;
+  };
+  const Case cases[] = {
+      {"no version given", 0, R"({"b":{"$type":"Versioned"}})"},
+      {"version 3", 3, R"({"b":{"$type":"Versioned","$version":3}})"},
+      {"largest version", 4294967295u, R"({"b":{"$type":"Versioned","$version":4294967295}})"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const std::string json = json_of(Versioned{c.version, 0}, "b");
+    EXPECT_EQ(json, c.want_json);
+    EXPECT_EQ(read_json<Versioned>(json, "b").version_read, c.version);
+  }
+  EXPECT_EQ(error_of([] { read_json<Versioned>(R"({"b":{"$type":"Versioned","$version":-1}})", "b"); }),
+            "JsonReadStream::read: '$version' holds -1, not an unsigned int");
+}
+
+TEST(JsonEvolution, MissingItems) {
+  struct Case {
+    const char* name;
+    std::string json;
+    std::string error;
+  };
+  const Case cases[] = {
+      {"required primitive", R"({"p":{"$type":"Point","x":1}})", "Failed to find item with tag 'y' and type_name 'int'"},
+      {"required block", R"({"q":{"$type":"Point","x":1,"y":2}})",
+       "Failed to find item with tag 'p' and type_name 'Point'"},
+      {"block of another type", R"({"p":{"$type":"Vector","x":1,"y":2}})",
+       "Failed to find item with tag 'p' and type_name 'Point'"},
+      {"an item that is not a block", R"({"p":[1,2]})", "Failed to find item with tag 'p' and type_name 'Point'"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_THROW(read_json<Point>(c.json, "p"), PersistentReadStream::ItemNotPresent);
+    EXPECT_EQ(error_of([&] { read_json<Point>(c.json, "p"); }), c.error);
+  }
+  std::istringstream in(R"({})");
+  JsonReadStream stream(in);
+  Point p;
+  EXPECT_THROW(stream.read("p", p, ITEM_OPTIONAL), PersistentReadStream::OptionalItemNotPresent);
+}
+
+TEST(JsonEvolution, RepeatedTagsAreReadInTurn) {
+  std::istringstream in(R"({"n":1,"n":2,"other":true,"n":3})");
+  JsonReadStream stream(in);
+  int first = 0;
+  int second = 0;
+  int third = 0;
+  stream.read("n", first);
+  stream.read("n", second);
+  stream.read("n", third);
+  EXPECT_EQ(first, 1);
+  EXPECT_EQ(second, 2);
+  EXPECT_EQ(third, 3);
+}
+
+TEST(JsonReading, MalformedInputNamesLineAndColumn) {
+  struct Case {
+    const char* name;
+    std::string json;
+    std::string error;
+  };
+  const std::string prefix = "JsonReadStream::JsonReadStream: malformed JSON at ";
+  const Case cases[] = {
+      {"empty input", "", "line 1, column 1: The document is empty."},
+      {"missing comma", "{\"a\":1\n \"b\":2}", "line 2, column 2: Missing a comma or '}' after an object member."},
+      {"truncated", "{\"a\":[1,2", "line 1, column 10: Missing a comma or ']' after an array element."},
+      {"bad literal", "{\n\n  \"a\": tru}", "line 3, column 11: Invalid value."},
+      {"trailing garbage", "{} x", "line 1, column 4: The document root must not be followed by other values."},
+      {"zero byte after the document", std::string("{}\0{", 4), "line 1, column 3: A zero byte outside a string."},
+      {"top is an array", "[1]", "line 1, column 1: The document is not an object."},
+      {"NaN as a literal", "{\"a\":NaN}", "line 1, column 6: Invalid value."},
+      {"number beyond double", "{\"a\":1e400}", "line 1, column 6: Number too big to be stored in double."},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::istringstream in(c.json);
+    EXPECT_EQ(error_of([&] { JsonReadStream stream(in); }), prefix + c.error);
+  }
+}
+
+TEST(JsonReading, DeepNestingNeitherRecursesNorCrashes) {
+  const std::size_t depth = 200000;
+  std::istringstream in("{\"v\":" + std::string(depth, '[') + std::string(depth, ']') + "}");
+  JsonReadStream stream(in);
+  std::vector<std::vector<int>> nested;
+  EXPECT_EQ(error_of([&] { stream.read("v", nested); }), "JsonReadStream::read: 'item' holds an array, not an int");
+}
+
+TEST(JsonReading, ValuesOfTheWrongKindOrRangeAreRefused) {
+  struct Case {
+    const char* name;
+    std::string error;
+    std::string want;
+  };
+  const Case cases[] = {
+      {"fraction as int", error_of([] { read_json<int>(R"({"v":1.5})"); }),
+       "JsonReadStream::read: 'v' holds 1.5, not an int"},
+      {"too large for int", error_of([] { read_json<int>(R"({"v":3000000000})"); }),
+       "JsonReadStream::read: 'v' holds 3000000000, not an int"},
+      {"negative as unsigned", error_of([] { read_json<unsigned short>(R"({"v":-1})"); }),
+       "JsonReadStream::read: 'v' holds -1, not an unsigned short"},
+      {"beyond float", error_of([] { read_json<float>(R"({"v":1e39})"); }),
+       "JsonReadStream::read: 'v' holds 1e39, not a float"},
+      {"string as number", error_of([] { read_json<double>(R"({"v":"1"})"); }),
+       "JsonReadStream::read: 'v' holds a string, not a double"},
+      {"number as string", error_of([] { read_json<std::string>(R"({"v":1})"); }),
+       "JsonReadStream::read: 'v' holds 1, not a std::string"},
+      {"number as bool", error_of([] { read_json<bool>(R"({"v":1})"); }),
+       "JsonReadStream::read: 'v' holds 1, not a bool"},
+      {"null as int", error_of([] { read_json<int>(R"({"v":null})"); }),
+       "JsonReadStream::read: 'v' holds null, not an int"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(c.error, c.want);
+  }
+}
+
+TEST(JsonWriting, RefusedTagsAndFailedOutput) {
+  struct Case {
+    const char* name;
+    std::string error;
+    std::string want;
+  };
+  struct Odd {
+    void write(const char* tag, PersistentWriteStream& s) const {
+      PersistentWriteStream::Block block(s, tag, "Container");
+      s.write("size", 1);
+    }
+  };
+  const Case cases[] = {
+      {"tag with a dollar", error_of([] { json_of(1, "$type"); }),
+       "JsonWriteStream::write: tag '$type' begins with '$', which marks the stream's own keys"},
+      {"other tag in a container", error_of([] { json_of(Odd{}, "odd"); }),
+       "JsonWriteStream::write: tag 'size' inside a container, which holds only \"count\" and \"item\"s"},
+      {"failed output", error_of([] {
+         std::ostringstream text;
+         text.setstate(std::ios::badbit);
+         JsonWriteStream stream(text);
+         stream.write("v", 1);
+         stream.close();
+       }),
+       "JsonWriteStream::close: writing to the output stream failed"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(c.error, c.want);
+  }
+}
+
+}  // namespace
+}  // namespace vorn

@@ -1,0 +1,226 @@
+// 64-bit integers, signed char, the 4-byte limit of long and block versions
+// on every stream.
+#include <climits>
+#include <cstdint>
+#include <functional>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "persistence/TaggedStreams.h"
+#include "persistence/TempFile.h"
+#include "vorn/io/MemoryDevice.h"
+#include "vorn/persistence/Archive.h"
+#include "vorn/persistence/ArchiveReadStream.h"
+#include "vorn/persistence/ArchiveWriteStream.h"
+#include "vorn/persistence/DebugPrintStream.h"
+#include "vorn/persistence/PersistentContainers.h"
+
+namespace vorn {
+namespace {
+
+using test::Bytes;
+
+// The bytes `write` puts through an ArchiveWriteStream, and its error ("" for none).
+struct Written {
+  std::string bytes;
+  std::string error;
+};
+
+Written write_stream(const std::function<void(PersistentWriteStream&)>& write) {
+  MemoryDevice memory;
+  Written result;
+  {
+    Archive archive(memory, Archive::WRITE);
+    ArchiveWriteStream stream(archive);
+    try {
+      write(stream);
+    } catch (const std::out_of_range& e) {
+      result.error = e.what();
+    }
+  }
+  result.bytes = memory.take();
+  return result;
+}
+
+template <class T>
+T read_stream(const std::string& bytes) {
+  MemoryDevice memory(bytes.data(), bytes.size());
+  Archive archive(memory, Archive::READ);
+  ArchiveReadStream stream(archive);
+  T value{};
+  stream.read("v", value);
+  EXPECT_TRUE(archive.at_end());
+  return value;
+}
+
+TEST(ArchivedLong, ValuesBeyondThirtyTwoBitsAreRefusedBeforeAnythingIsWritten) {
+  struct Row {
+    const char* name;
+    std::function<void(PersistentWriteStream&)> write;
+    const char* error;
+  };
+  const Row rows[] = {
+      {"largest int32 long", [](PersistentWriteStream& s) { s.write("n", 2147483647L); }, ""},
+      {"smallest int32 long", [](PersistentWriteStream& s) { s.write("n", -2147483648L); }, ""},
+      {"long one above", [](PersistentWriteStream& s) { s.write("n", 2147483648L); },
+       "ArchiveWriteStream::write: long value 2147483648 of 'n' does not fit in 4 bytes"},
+      {"long one below", [](PersistentWriteStream& s) { s.write("n", -2147483649L); },
+       "ArchiveWriteStream::write: long value -2147483649 of 'n' does not fit in 4 bytes"},
+      {"largest uint32 unsigned long", [](PersistentWriteStream& s) { s.write("u", 4294967295UL); }, ""},
+      {"unsigned long one above", [](PersistentWriteStream& s) { s.write("u", 4294967296UL); },
+       "ArchiveWriteStream::write: unsigned long value 4294967296 of 'u' does not fit in 4 bytes"},
+      {"nanosecond timestamp", [](PersistentWriteStream& s) { s.write("t", 1763800000123456789L); },
+       "ArchiveWriteStream::write: long value 1763800000123456789 of 't' does not fit in 4 bytes"},
+      {"vector<long> holding 2^40",
+       [](PersistentWriteStream& s) { s.write("xs", std::vector<long>{1, 1L << 40}); },
+       "ArchiveWriteStream::write: long value 1099511627776 of 'item' does not fit in 4 bytes"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    const Written written = write_stream(row.write);
+    EXPECT_EQ(written.error, row.error);
+    if (*row.error != '\0') {
+      // A refused vector has written only its count.
+      EXPECT_LE(written.bytes.size(), 4u);
+    }
+  }
+}
+
+TEST(ArchivedLong, TheArchiveRefusesWithTheValue) {
+  MemoryDevice memory;
+  Archive archive(memory, Archive::WRITE);
+  const long values[] = {5, LONG_MAX};
+  struct Row {
+    const char* name;
+    std::function<void()> write;
+    const char* error;
+  };
+  const Row rows[] = {
+      {"operator<< long", [&] { archive << LONG_MIN; },
+       "Archive::operator<<: long value -9223372036854775808 does not fit in 4 bytes"},
+      {"operator<< unsigned long", [&] { archive << ULONG_MAX; },
+       "Archive::operator<<: unsigned long value 18446744073709551615 does not fit in 4 bytes"},
+      {"write_array", [&] { archive.write_array(values, 2); },
+       "Archive::operator<<: long value 9223372036854775807 does not fit in 4 bytes"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    std::string error;
+    try {
+      row.write();
+    } catch (const std::out_of_range& e) {
+      error = e.what();
+    }
+    EXPECT_EQ(error, row.error);
+  }
+  archive.close();
+  EXPECT_EQ(memory.take(), "");
+}
+
+TEST(WideIntegers, EightBytesBigEndianAndBack) {
+  struct Row {
+    const char* name;
+    long long value;
+    std::string bytes;
+  };
+  const Row rows[] = {
+      {"2^63 - 1", LLONG_MAX, std::string("\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF", 8)},
+      {"-2^63", LLONG_MIN, std::string("\x80\x00\x00\x00\x00\x00\x00\x00", 8)},
+      {"nanosecond timestamp", 1763800000123456789LL, std::string("\x18\x7A\x46\xC1\x4E\x31\x4D\x15", 8)},
+      {"-1", -1, std::string(8, '\xFF')},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    const Written written = write_stream([&](PersistentWriteStream& s) { s.write("v", row.value); });
+    EXPECT_EQ(written.bytes, row.bytes);
+    EXPECT_EQ(read_stream<long long>(written.bytes), row.value);
+  }
+}
+
+TEST(WideIntegers, OtherNewPrimitivesRoundTrip) {
+  {
+    SCOPED_TRACE("unsigned long long 2^64 - 1");
+    const Written written = write_stream([](PersistentWriteStream& s) { s.write("v", ULLONG_MAX); });
+    EXPECT_EQ(written.bytes, std::string(8, '\xFF'));
+    EXPECT_EQ(read_stream<unsigned long long>(written.bytes), ULLONG_MAX);
+  }
+  {
+    SCOPED_TRACE("signed char -128");
+    const Written written = write_stream([](PersistentWriteStream& s) { s.write("v", static_cast<signed char>(-128)); });
+    EXPECT_EQ(written.bytes, "\x80");
+    EXPECT_EQ(read_stream<signed char>(written.bytes), -128);
+  }
+  {
+    SCOPED_TRACE("vector<long long> run");
+    const std::vector<long long> values{LLONG_MIN, 0, LLONG_MAX, 1LL << 40};
+    const Written written = write_stream([&](PersistentWriteStream& s) { s.write("v", values); });
+    EXPECT_EQ(written.bytes.size(), 4u + 4 * 8);
+    EXPECT_EQ(read_stream<std::vector<long long>>(written.bytes), values);
+  }
+}
+
+TEST(WideIntegers, DebugPrintShowsTheirValues) {
+  std::ostringstream text;
+  DebugPrintStream print(text);
+  print.write("big", LLONG_MIN);
+  print.write("huge", ULLONG_MAX);
+  print.write("small", static_cast<signed char>(-5));
+  EXPECT_EQ(text.str(), "big: -9223372036854775808 huge: 18446744073709551615 small: -5 ");
+}
+
+// A class whose layout gained a field in version 2.
+struct Versioned {
+  int a = 0;
+  int b = 0;
+  unsigned int read_version = 99;
+  unsigned int write_version = 2;
+  void write(const char* tag, PersistentWriteStream& s) const {
+    PersistentWriteStream::Block block(s, tag, "Versioned", write_version);
+    s.write("a", a);
+    if (write_version >= 2) s.write("b", b);
+  }
+  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) {
+    PersistentReadStream::Block block(s, tag, "Versioned", presence);
+    read_version = block.version();
+    s.read("a", a);
+    if (read_version >= 2) s.read("b", b);
+  }
+};
+
+TEST(BlockVersions, StoredByVersionKeepingStreamsAndZeroFromArchives) {
+  {
+    SCOPED_TRACE("tagged streams keep the version");
+    test::TaggedWriteStream out;
+    out.write("v", Versioned{1, 2});
+    test::TaggedReadStream in(out.items);
+    Versioned back;
+    in.read("v", back);
+    EXPECT_EQ(back.read_version, 2u);
+    EXPECT_EQ(back.b, 2);
+  }
+  {
+    SCOPED_TRACE("version 1 written: the old layout is read");
+    test::TaggedWriteStream out;
+    Versioned old{7, 8, 0, 1};
+    out.write("v", old);
+    test::TaggedReadStream in(out.items);
+    Versioned back;
+    in.read("v", back);
+    EXPECT_EQ(back.read_version, 1u);
+    EXPECT_EQ(back.b, 0);
+  }
+  {
+    SCOPED_TRACE("archive streams store no version");
+    Versioned old{7, 8, 0, 0};
+    const Written written = write_stream([&](PersistentWriteStream& s) { s.write("v", old); });
+    EXPECT_EQ(written.bytes, std::string("\0\0\0\x07", 4));
+    EXPECT_EQ(read_stream<Versioned>(written.bytes).read_version, 0u);
+  }
+}
+
+}  // namespace
+}  // namespace vorn
