@@ -150,9 +150,13 @@ class THandle {
     if (object_ != nullptr) count_->up_strong();
   }
 
+  // The last handle deletes the object through HandleCommon::destroy, which
+  // unwinds chains of handles iteratively.
   void release() noexcept {
-    if (object_ != nullptr && count_->down_strong()) delete object_;
+    if (object_ != nullptr && count_->down_strong()) HandleCommon::destroy(const_cast<std::remove_cv_t<T>*>(object_), &delete_object);
   }
+
+  static void delete_object(void* object) noexcept { delete static_cast<T*>(object); }
 
   T* object_ = nullptr;
   HandleCommon::UseCount* count_ = nullptr;

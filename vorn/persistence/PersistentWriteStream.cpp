@@ -1,5 +1,6 @@
 #include "vorn/persistence/PersistentWriteStream.h"
 
+#include <sstream>
 #include <stdexcept>
 
 namespace vorn {
@@ -7,6 +8,16 @@ namespace vorn {
 PersistentWriteStream::PersistentWriteStream() : counter_(new detail::Counter) {}
 
 PersistentWriteStream::~PersistentWriteStream() = default;
+
+void PersistentWriteStream::enter_block(const char* tag) {
+  if (block_depth_ >= maximum_block_depth_) {
+    std::ostringstream message;
+    message << "PersistentWriteStream::Block: nesting deeper than " << maximum_block_depth_ << " blocks writing '"
+            << tag << "'";
+    throw std::length_error(message.str());
+  }
+  ++block_depth_;
+}
 
 void PersistentWriteStream::check_stream_supports_polymorphism() const {
   if (!supports_polymorphism())

@@ -27,7 +27,8 @@
 // write_array() to store runs of primitives faster, provided the result is
 // identical to writing the items one by one under the tag given.
 //
-// Throws std::runtime_error "Failed whilst writing as stream does not
+// Throws std::length_error for nesting deeper than maximum_block_depth()
+// (see below), std::runtime_error "Failed whilst writing as stream does not
 // support polymorphism" and "Error: Type '<name>' has not been registered
 // with PolymorphicFactory" for polymorphic handles, std::length_error for a
 // container of more than 2^32 - 1 items, and whatever the concrete stream
@@ -62,9 +63,18 @@ class VORN_API PersistentWriteStream {
     // streams that keep versions (and 0 is what the others read back).
     Block(PersistentWriteStream& stream, const char* tag, const char* type_name, unsigned int version = 0)
         : stream_(stream) {
-      stream_.begin_block(tag, type_name, version);
+      stream_.enter_block(tag);
+      try {
+        stream_.begin_block(tag, type_name, version);
+      } catch (...) {
+        --stream_.block_depth_;
+        throw;
+      }
     }
-    ~Block() { stream_.end_block(); }
+    ~Block() {
+      --stream_.block_depth_;
+      stream_.end_block();
+    }
     Block(const Block&) = delete;
     Block& operator=(const Block&) = delete;
 
@@ -155,6 +165,18 @@ class VORN_API PersistentWriteStream {
   template <class T>
   THandle<detail::HandleWriteRegistry<T>> registry(const THandle<T>& handle);
 
+  // Open blocks are counted, and a stream refuses to open more than
+  // maximum_block_depth() at once (default 2000, the readers' limit), so that
+  // whatever is written can be read back and a deep structure fails with an
+  // exception instead of overflowing the stack. The limit is on the data
+  // structure: each handle in a chain nests two blocks (the "Handle" block
+  // and its value), each container or pair one. Raise it on both sides for
+  // deliberately deep graphs (each level costs stack).
+  static constexpr std::size_t default_maximum_block_depth = 2000;
+  std::size_t block_depth() const noexcept { return block_depth_; }
+  std::size_t maximum_block_depth() const noexcept { return maximum_block_depth_; }
+  void set_maximum_block_depth(std::size_t depth) noexcept { maximum_block_depth_ = depth; }
+
   void check_stream_supports_polymorphism() const;
   [[noreturn]] void non_registered_type_error(const std::string& type_name) const;
 
@@ -166,8 +188,15 @@ class VORN_API PersistentWriteStream {
   }
 
  private:
+  // Counts a block about to open; throws std::length_error
+  // "PersistentWriteStream::Block: nesting deeper than <N> blocks writing
+  // '<tag>'" past the limit.
+  void enter_block(const char* tag);
+
   std::map<detail::VornTypeInfo, THandle<detail::HandleWriteRegistryBase>> registries_;
   THandle<detail::Counter> counter_;
+  std::size_t block_depth_ = 0;
+  std::size_t maximum_block_depth_ = default_maximum_block_depth;
 };
 
 // The fallback of PersistentWriteStream::write<T>: the object writes itself.
