@@ -47,6 +47,8 @@
 #include "vorn/persistence/PolymorphicFactory.h"
 #include "vorn/persistence/PolymorphicPersistent.h"
 #include "vorn/persistence/PolymorphicRegistrar.h"
+#include "vorn/persistence/TypedArchiveReadStream.h"
+#include "vorn/persistence/TypedArchiveWriteStream.h"
 #include "vorn/persistence/VersionedArchive.h"
 #include "vorn/progress/MultipleProgressMonitor.h"
 #include "vorn/progress/ProgressMonitor.h"

@@ -32,6 +32,8 @@ void PersistentWriteStream::begin_block(const char* tag, const char* type_name, 
   begin_block(tag, type_name);
 }
 
+void PersistentWriteStream::write_type_name(const char*, const char*) {}
+
 #define VORN_DEFAULT_WRITE_ARRAY(Type)                                                                \
   void PersistentWriteStream::write_array(const char* tag, const Type* values, std::size_t count) { \
     for (std::size_t i = 0; i < count; ++i) write(tag, values[i]);                                   \

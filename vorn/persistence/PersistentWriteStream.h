@@ -126,6 +126,12 @@ class VORN_API PersistentWriteStream {
   virtual void begin_block(const char* tag, const char* type_name, unsigned int version);
   virtual void end_block() = 0;
 
+  // Called when a polymorphic handle's object is written for the first
+  // time, just before its "value" block, with its registered class name, so
+  // that a stream that supports polymorphism can store what the reader needs
+  // to re-create it. The default stores nothing.
+  virtual void write_type_name(const char* tag, const char* type_name);
+
   // Writes `count` items, each under `tag`. The default writes them one by
   // one; overrides must produce exactly the same result.
   virtual void write_array(const char* tag, const char* values, std::size_t count);
@@ -215,7 +221,10 @@ void PersistentWriteStream::write(const char* tag, const THandle<T>& handle) {
   }
   const auto [serial, first_appearance] = registry(handle)->save(handle);
   write("serial_number", serial);
-  if (first_appearance) write("value", *handle);
+  if (first_appearance) {
+    if constexpr (detail::is_persistent_polymorphic_v<T>) write_type_name("value", handle->class_name());
+    write("value", *handle);
+  }
 }
 
 template <class T>
