@@ -404,6 +404,20 @@ TEST(MissingItems, RequiredAndOptionalBlocks) {
             "required: Failed to find item with tag 'absent' and type_name 'Leaf'");
 }
 
+// Bytes of `value` written with a raised writer block limit.
+template <class T>
+Bytes deep_archive_bytes(const T& value, std::size_t maximum_block_depth) {
+  MemoryDevice memory;
+  {
+    Archive archive(memory, Archive::WRITE);
+    ArchiveWriteStream stream(archive);
+    stream.set_maximum_block_depth(maximum_block_depth);
+    stream.write("v", value);
+  }
+  const std::string bytes = memory.take();
+  return {bytes.begin(), bytes.end()};
+}
+
 TEST(BlockDepth, DeepNestingIsRefusedAboveTheLimit) {
   const std::size_t nodes = PersistentReadStream::default_maximum_block_depth / 2;
   THandle<Node> chain;
@@ -412,14 +426,20 @@ TEST(BlockDepth, DeepNestingIsRefusedAboveTheLimit) {
     node->next = chain;
     chain = node;
   }
-  const Bytes bytes = archive_bytes(chain);
   // Each node is one Handle and one Node block deep: the null leaf handle in
-  // the innermost node is one block too many.
+  // the innermost node is one block too many, for the writer as for the
+  // reader.
+  std::string write_error;
+  try {
+    archive_bytes(chain);
+  } catch (const std::length_error& e) {
+    write_error = e.what();
+  }
+  EXPECT_EQ(write_error, "PersistentWriteStream::Block: nesting deeper than 2000 blocks writing 'leaf'");
+  const Bytes bytes = deep_archive_bytes(chain, nodes * 2 + 1);
   THandle<Node> back;
   EXPECT_EQ(read_from(bytes, back), "PersistentReadStream::Block: more than 2000 nested blocks reading 'leaf'");
-  Node::break_all_cycles();  // unlinks the chains so that freeing them does not recurse
   EXPECT_EQ(read_from(bytes, back, ITEM_REQUIRED, nodes * 2 + 1), "");
-  Node::break_all_cycles();
 }
 
 }  // namespace

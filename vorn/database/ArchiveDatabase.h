@@ -57,6 +57,7 @@
 #define VORN_DATABASE_ARCHIVEDATABASE_H_
 
 #include <cstdio>
+#include <exception>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -123,7 +124,9 @@ class ArchiveDatabase : public Database<Entry> {
 
   // Reads the entry file `path` into `entry`; a short or failed read throws
   // database_error "ArchiveDatabase::read_entry: truncated or corrupt entry
-  // file: <path>".
+  // file: <path>", and any other exception of the entry's reader becomes a
+  // database_error "ArchiveDatabase::read_entry: cannot read entry file
+  // <path>: <the reader's message>".
   void read_entry(const std::string& path, Entry& entry) const;
   // Writes version 6 and `entry` at the start of `path`, keeping any longer
   // old content behind it.
@@ -219,7 +222,13 @@ void ArchiveDatabase<Entry>::read_entry(const std::string& path, Entry& entry) c
   int version = 0;
   archive >> version;
   archive.file_version = version;
-  entry.read(archive);
+  try {
+    entry.read(archive);
+  } catch (const database_error&) {
+    throw;
+  } catch (const std::exception& e) {
+    throw database_error("ArchiveDatabase::read_entry: cannot read entry file " + path + ": " + e.what());
+  }
   if (archive.failed()) {
     throw database_error("ArchiveDatabase::read_entry: truncated or corrupt entry file: " + path);
   }

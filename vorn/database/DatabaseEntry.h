@@ -2,10 +2,24 @@
 // with a counted handle to the record's data.
 //
 // The data handle is shared with whoever created it, not copied. The library
-// stores DatabaseEntry<std::string>, whose data is an uninterpreted blob;
-// other data types need `Archive& operator<<(Archive&, const T&)` and
-// `Archive& operator>>(Archive&, T&)` (the archive's own primitives qualify)
-// and a default constructor.
+// stores DatabaseEntry<std::string>, whose data is an uninterpreted blob.
+// Other data types need a default constructor and either
+//   - `Archive& operator<<(Archive&, const T&)` and `Archive& operator>>
+//     (Archive&, T&)` (the archive's own primitives qualify), used when
+//     present; or
+//   - the tagged persistence every persistent class has (`write(const char*,
+//     PersistentWriteStream&) const` and `read(const char*,
+//     PersistentReadStreamPresence, PersistentReadStream&)`, or the overloads
+//     of PersistentContainers.h and the types/ headers): the data is then
+//     stored through an ArchiveWriteStream as the item "data", exactly the
+//     bytes `ArchiveWriteStream(archive).write("data", *data)` gives.
+//
+//   struct Reading {                       // a tagged persistent class
+//     long long at = 0; double value = 0;
+//     void write(const char* tag, vorn::PersistentWriteStream& s) const;
+//     void read(const char* tag, vorn::PersistentReadStreamPresence p, vorn::PersistentReadStream& s);
+//   };
+//   vorn::ArchiveDatabase<vorn::DatabaseEntry<Reading>> readings(dir, "readings", vorn::Archive::WRITE);
 //
 //   THandle<std::string> text(new std::string("hello"));
 //   DatabaseEntry<std::string> entry(DatabaseEntryIdentifier("X1"), text);
@@ -25,12 +39,15 @@
 
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include "vorn/database/DatabaseEntryIdentifier.h"
 #include "vorn/database/detail/CountedString.h"
 #include "vorn/foundation/THandle.h"
 #include "vorn/persistence/Archive.h"
+#include "vorn/persistence/ArchiveReadStream.h"
+#include "vorn/persistence/ArchiveWriteStream.h"
 
 namespace vorn {
 
@@ -39,13 +56,31 @@ namespace detail {
 inline void write_entry_data(Archive& archive, const std::string& data) { write_counted_string(archive, data); }
 inline void read_entry_data(Archive& archive, std::string& data) { data = read_counted_string(archive); }
 
+// True when T has its own Archive operators (which then define its bytes).
+template <class T, class = void>
+struct HasArchiveOperators : std::false_type {};
+template <class T>
+struct HasArchiveOperators<T, std::void_t<decltype(std::declval<Archive&>() << std::declval<const T&>()),
+                                          decltype(std::declval<Archive&>() >> std::declval<T&>())>>
+    : std::true_type {};
+
 template <class T>
 void write_entry_data(Archive& archive, const T& data) {
-  archive << data;
+  if constexpr (HasArchiveOperators<T>::value) {
+    archive << data;
+  } else {
+    ArchiveWriteStream stream(archive);
+    stream.write("data", data);
+  }
 }
 template <class T>
 void read_entry_data(Archive& archive, T& data) {
-  archive >> data;
+  if constexpr (HasArchiveOperators<T>::value) {
+    archive >> data;
+  } else {
+    ArchiveReadStream stream(archive);
+    stream.read("data", data);
+  }
 }
 
 }  // namespace detail

@@ -70,6 +70,16 @@ class VORN_API HandleCommon {
     std::int32_t weak_ = 0;
   };
 
+  // Deletes `object` through `deleter` (which must not throw). A deletion
+  // that starts while another one on this thread is under way (a destructor
+  // releasing the last handle of another object) is queued and run by the
+  // outermost one once the current destructor returns, so a chain of a
+  // million handles is released in a loop, not in a million nested
+  // destructors. Every object is still deleted before the outermost release
+  // returns; only the order within one release changes (owners before what
+  // they own).
+  static void destroy(void* object, void (*deleter)(void*)) noexcept;
+
   // Throws std::runtime_error "Internal error: access of null handle".
   [[noreturn]] static void null_handle_error();
 };

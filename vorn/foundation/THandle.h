@@ -161,14 +161,13 @@ class THandle {
     if (object_ != nullptr) count_->up_strong();
   }
 
+  // The last handle deletes the object through HandleCommon::destroy, which
+  // unwinds chains of handles iteratively.
   void release() noexcept {
-    if (object_ != nullptr && count_->down_strong()) destroy(object_);
+    if (object_ != nullptr && count_->down_strong()) HandleCommon::destroy(const_cast<std::remove_cv_t<T>*>(object_), &delete_object);
   }
 
-  // Out of line, so that GCC's use-after-free analysis, which cannot see that
-  // a handle that is still copied keeps the count above zero, does not warn
-  // in code that copies a handle while another copy is released.
-  [[gnu::noinline]] static void destroy(T* object) noexcept { delete object; }
+  static void delete_object(void* object) noexcept { delete static_cast<T*>(object); }
 
   T* object_ = nullptr;
   HandleCommon::UseCount* count_ = nullptr;

@@ -127,10 +127,18 @@ VORN_ARCHIVE_READ_ARRAY(long double)
 std::size_t ArchiveReadStream::check_item_count(const char* tag, unsigned int count,
                                                std::size_t minimum_item_bytes) {
   const std::uint64_t needed = std::uint64_t{count} * minimum_item_bytes;
-  if (needed > archive_.bytes_remaining()) {
+  const bool unsized_overflow =
+      minimum_item_bytes == 0 && count > archive_.bytes_remaining() + maximum_unsized_items;
+  if (needed > archive_.bytes_remaining() || unsized_overflow) {
     std::ostringstream message;
-    message << "ArchiveReadStream::read: container count " << count << " needs at least " << needed
-            << " bytes but the file has " << archive_.bytes_remaining() << " left reading '" << tag << "'";
+    if (unsized_overflow) {
+      message << "ArchiveReadStream::read: container count " << count << " exceeds the " << maximum_unsized_items
+              << " items of unknown size allowed beyond the " << archive_.bytes_remaining()
+              << " bytes left in the file reading '" << tag << "'";
+    } else {
+      message << "ArchiveReadStream::read: container count " << count << " needs at least " << needed
+              << " bytes but the file has " << archive_.bytes_remaining() << " left reading '" << tag << "'";
+    }
     throw std::runtime_error(message.str());
   }
   if (minimum_item_bytes == 0) return PersistentReadStream::check_item_count(tag, count, minimum_item_bytes);

@@ -20,7 +20,8 @@
 // "ArchiveReadStream::read:" and names the tag: a read past the end of the
 // file, a string length that is negative or larger than the rest of the
 // file (checked before anything is allocated), or a container count that
-// the rest of the file cannot hold. The stream does not own the archive,
+// the rest of the file cannot hold (for items that may encode to nothing:
+// more than the bytes left plus 2^20). The stream does not own the archive,
 // which must outlive it.
 #ifndef VORN_PERSISTENCE_ARCHIVEREADSTREAM_H_
 #define VORN_PERSISTENCE_ARCHIVEREADSTREAM_H_
@@ -81,7 +82,12 @@ class VORN_API ArchiveReadStream : public PersistentReadStream {
 
   // Throws when `count` items of at least `minimum_item_bytes` each cannot
   // fit in the rest of the file; allows allocating all of them when items
-  // of that size are known to take at least one byte each.
+  // of that size are known to take at least one byte each. Items of unknown
+  // size (0) may encode to no bytes at all (a class writing an empty block),
+  // so their count is bounded separately: at most the bytes left plus
+  // maximum_unsized_items, which keeps a 4-byte file from making the reader
+  // loop billions of times.
+  static constexpr std::size_t maximum_unsized_items = std::size_t{1} << 20;
   std::size_t check_item_count(const char* tag, unsigned int count, std::size_t minimum_item_bytes) override;
 
  private:

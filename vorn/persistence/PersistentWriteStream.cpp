@@ -1,5 +1,6 @@
 #include "vorn/persistence/PersistentWriteStream.h"
 
+#include <sstream>
 #include <stdexcept>
 
 namespace vorn {
@@ -7,6 +8,16 @@ namespace vorn {
 PersistentWriteStream::PersistentWriteStream() : counter_(new detail::Counter) {}
 
 PersistentWriteStream::~PersistentWriteStream() = default;
+
+void PersistentWriteStream::enter_block(const char* tag) {
+  if (block_depth_ >= maximum_block_depth_) {
+    std::ostringstream message;
+    message << "PersistentWriteStream::Block: nesting deeper than " << maximum_block_depth_ << " blocks writing '"
+            << tag << "'";
+    throw std::length_error(message.str());
+  }
+  ++block_depth_;
+}
 
 void PersistentWriteStream::check_stream_supports_polymorphism() const {
   if (!supports_polymorphism())
@@ -20,6 +31,8 @@ void PersistentWriteStream::non_registered_type_error(const std::string& type_na
 void PersistentWriteStream::begin_block(const char* tag, const char* type_name, unsigned int) {
   begin_block(tag, type_name);
 }
+
+void PersistentWriteStream::write_type_name(const char*, const char*) {}
 
 #define VORN_DEFAULT_WRITE_ARRAY(Type)                                                                \
   void PersistentWriteStream::write_array(const char* tag, const Type* values, std::size_t count) { \

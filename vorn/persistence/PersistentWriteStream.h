@@ -27,7 +27,8 @@
 // write_array() to store runs of primitives faster, provided the result is
 // identical to writing the items one by one under the tag given.
 //
-// Throws std::runtime_error "Failed whilst writing as stream does not
+// Throws std::length_error for nesting deeper than maximum_block_depth()
+// (see below), std::runtime_error "Failed whilst writing as stream does not
 // support polymorphism" and "Error: Type '<name>' has not been registered
 // with PolymorphicFactory" for polymorphic handles, std::length_error for a
 // container of more than 2^32 - 1 items, and whatever the concrete stream
@@ -62,9 +63,18 @@ class VORN_API PersistentWriteStream {
     // streams that keep versions (and 0 is what the others read back).
     Block(PersistentWriteStream& stream, const char* tag, const char* type_name, unsigned int version = 0)
         : stream_(stream) {
-      stream_.begin_block(tag, type_name, version);
+      stream_.enter_block(tag);
+      try {
+        stream_.begin_block(tag, type_name, version);
+      } catch (...) {
+        --stream_.block_depth_;
+        throw;
+      }
     }
-    ~Block() { stream_.end_block(); }
+    ~Block() {
+      --stream_.block_depth_;
+      stream_.end_block();
+    }
     Block(const Block&) = delete;
     Block& operator=(const Block&) = delete;
 
@@ -116,6 +126,12 @@ class VORN_API PersistentWriteStream {
   virtual void begin_block(const char* tag, const char* type_name, unsigned int version);
   virtual void end_block() = 0;
 
+  // Called when a polymorphic handle's object is written for the first
+  // time, just before its "value" block, with its registered class name, so
+  // that a stream that supports polymorphism can store what the reader needs
+  // to re-create it. The default stores nothing.
+  virtual void write_type_name(const char* tag, const char* type_name);
+
   // Writes `count` items, each under `tag`. The default writes them one by
   // one; overrides must produce exactly the same result.
   virtual void write_array(const char* tag, const char* values, std::size_t count);
@@ -155,6 +171,18 @@ class VORN_API PersistentWriteStream {
   template <class T>
   THandle<detail::HandleWriteRegistry<T>> registry(const THandle<T>& handle);
 
+  // Open blocks are counted, and a stream refuses to open more than
+  // maximum_block_depth() at once (default 2000, the readers' limit), so that
+  // whatever is written can be read back and a deep structure fails with an
+  // exception instead of overflowing the stack. The limit is on the data
+  // structure: each handle in a chain nests two blocks (the "Handle" block
+  // and its value), each container or pair one. Raise it on both sides for
+  // deliberately deep graphs (each level costs stack).
+  static constexpr std::size_t default_maximum_block_depth = 2000;
+  std::size_t block_depth() const noexcept { return block_depth_; }
+  std::size_t maximum_block_depth() const noexcept { return maximum_block_depth_; }
+  void set_maximum_block_depth(std::size_t depth) noexcept { maximum_block_depth_ = depth; }
+
   void check_stream_supports_polymorphism() const;
   [[noreturn]] void non_registered_type_error(const std::string& type_name) const;
 
@@ -166,8 +194,15 @@ class VORN_API PersistentWriteStream {
   }
 
  private:
+  // Counts a block about to open; throws std::length_error
+  // "PersistentWriteStream::Block: nesting deeper than <N> blocks writing
+  // '<tag>'" past the limit.
+  void enter_block(const char* tag);
+
   std::map<detail::VornTypeInfo, THandle<detail::HandleWriteRegistryBase>> registries_;
   THandle<detail::Counter> counter_;
+  std::size_t block_depth_ = 0;
+  std::size_t maximum_block_depth_ = default_maximum_block_depth;
 };
 
 // The fallback of PersistentWriteStream::write<T>: the object writes itself.
@@ -186,7 +221,10 @@ void PersistentWriteStream::write(const char* tag, const THandle<T>& handle) {
   }
   const auto [serial, first_appearance] = registry(handle)->save(handle);
   write("serial_number", serial);
-  if (first_appearance) write("value", *handle);
+  if (first_appearance) {
+    if constexpr (detail::is_persistent_polymorphic_v<T>) write_type_name("value", handle->class_name());
+    write("value", *handle);
+  }
 }
 
 template <class T>

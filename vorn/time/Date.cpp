@@ -333,6 +333,26 @@ void Date::write(Archive& archive) const {
   archive << static_cast<int>(day_) << static_cast<int>(month_) << static_cast<int>(year_);
 }
 
+void Date::write(const char* tag, PersistentWriteStream& stream) const {
+  PersistentWriteStream::Block block(stream, tag, "Date");
+  stream.write("day", static_cast<int>(day_));
+  stream.write("month", static_cast<int>(month_));
+  stream.write("year", static_cast<int>(year_));
+}
+
+void Date::read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& stream) {
+  PersistentReadStream::Block block(stream, tag, "Date", presence);
+  int day = 0;
+  int month = 0;
+  int year = 0;
+  stream.read("day", day);
+  stream.read("month", month);
+  stream.read("year", year);
+  day_ = day;
+  month_ = month;
+  year_ = year;
+}
+
 void Date::read(Archive& archive) {
   constexpr std::uint64_t size = 12;
   if (archive.is_open() && archive.bytes_remaining() < size) {

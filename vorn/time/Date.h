@@ -62,6 +62,8 @@
 #include <string>
 
 #include "vorn/foundation/Export.h"
+#include "vorn/persistence/PersistentReadStream.h"
+#include "vorn/persistence/PersistentWriteStream.h"
 
 namespace vorn {
 
@@ -148,6 +150,12 @@ class VORN_API Date {
   // Three big-endian 32-bit integers: day, month, year.
   void write(Archive& archive) const;
   void read(Archive& archive);
+
+  // As a persistent item: a "Date" block holding the int items "day",
+  // "month" and "year" (in an archive stream, the same 12 bytes as
+  // write(Archive&)). Read as stored, without validation.
+  void write(const char* tag, PersistentWriteStream& stream) const;
+  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& stream);
 
  private:
   friend std::int64_t operator-(const Date& later, const Date& earlier);

@@ -26,10 +26,11 @@ struct IsPersistentPolymorphic<
 template <class T>
 inline constexpr bool is_persistent_polymorphic_v = IsPersistentPolymorphic<T>::value;
 
-// The twelve types that streams read and write natively (and in runs).
+// The fifteen types that streams read and write natively (and in runs).
 template <class T>
 inline constexpr bool is_stream_primitive_v =
-    std::is_same_v<T, char> || std::is_same_v<T, unsigned char> || std::is_same_v<T, bool> ||
+    std::is_same_v<T, char> || std::is_same_v<T, signed char> || std::is_same_v<T, unsigned char> ||
+    std::is_same_v<T, long long> || std::is_same_v<T, unsigned long long> || std::is_same_v<T, bool> ||
     std::is_same_v<T, short> || std::is_same_v<T, unsigned short> || std::is_same_v<T, int> ||
     std::is_same_v<T, unsigned int> || std::is_same_v<T, long> || std::is_same_v<T, unsigned long> ||
     std::is_same_v<T, float> || std::is_same_v<T, double> || std::is_same_v<T, long double>;

@@ -1,0 +1,110 @@
+// Input that claims more than it holds, and structures deeper or longer than
+// the streams and handles can take recursively.
+#include <chrono>
+#include <list>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "persistence/TempFile.h"
+#include "vorn/io/MemoryDevice.h"
+#include "vorn/persistence/Archive.h"
+#include "vorn/persistence/ArchiveReadStream.h"
+#include "vorn/persistence/ArchiveWriteStream.h"
+#include "vorn/persistence/PersistentContainers.h"
+
+namespace vorn {
+namespace {
+
+using test::Bytes;
+
+// A class that writes an empty block: its items take no bytes in an archive.
+struct Empty {
+  void write(const char* tag, PersistentWriteStream& s) const { PersistentWriteStream::Block block(s, tag, "Empty"); }
+  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) {
+    PersistentReadStream::Block block(s, tag, "Empty", presence);
+  }
+};
+
+template <class T>
+std::string read_error(const Bytes& bytes) {
+  MemoryDevice memory(bytes.data(), bytes.size());
+  Archive archive(memory, Archive::READ);
+  ArchiveReadStream stream(archive);
+  T value;
+  try {
+    stream.read("v", value);
+  } catch (const std::runtime_error& e) {
+    return e.what();
+  }
+  return "";
+}
+
+TEST(BoundedReading, CountsOfEmptyItemsAreCappedBeyondTheBytesLeft) {
+  struct Row {
+    const char* name;
+    std::function<std::string()> read;
+    const char* error;
+  };
+  const Bytes all_ones{0xFF, 0xFF, 0xFF, 0xFF};
+  const Bytes at_cap{0x00, 0x10, 0x00, 0x00};
+  const Bytes above_cap{0x00, 0x10, 0x00, 0x01};
+  const Bytes big_list{0x10, 0x00, 0x00, 0x00};
+  const Row rows[] = {
+      {"vector<Empty> FF FF FF FF", [&] { return read_error<std::vector<Empty>>(all_ones); },
+       "ArchiveReadStream::read: container count 4294967295 exceeds the 1048576 items of unknown size allowed "
+       "beyond the 0 bytes left in the file reading 'v'"},
+      {"list<Empty> 0x10000000", [&] { return read_error<std::list<Empty>>(big_list); },
+       "ArchiveReadStream::read: container count 268435456 exceeds the 1048576 items of unknown size allowed "
+       "beyond the 0 bytes left in the file reading 'v'"},
+      {"vector<Empty> at the cap", [&] { return read_error<std::vector<Empty>>(at_cap); }, ""},
+      {"vector<Empty> one above the cap", [&] { return read_error<std::vector<Empty>>(above_cap); },
+       "ArchiveReadStream::read: container count 1048577 exceeds the 1048576 items of unknown size allowed "
+       "beyond the 0 bytes left in the file reading 'v'"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(row.read(), row.error);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+  }
+}
+
+struct Link {
+  THandle<Link> next;
+  void write(const char* tag, PersistentWriteStream& s) const {
+    PersistentWriteStream::Block block(s, tag, "Link");
+    s.write("next", next);
+  }
+  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) {
+    PersistentReadStream::Block block(s, tag, "Link", presence);
+    s.read("next", next);
+  }
+};
+
+TEST(BoundedReading, AMillionLinkChainIsRefusedByTheWriterAndReleasedWithoutRecursion) {
+  THandle<Link> chain;
+  for (int i = 0; i < 1000000; ++i) {
+    THandle<Link> link(new Link);
+    link->next = std::move(chain);
+    chain = std::move(link);
+  }
+  MemoryDevice memory;
+  Archive archive(memory, Archive::WRITE);
+  ArchiveWriteStream stream(archive);
+  std::string error;
+  try {
+    stream.write("chain", chain);
+  } catch (const std::length_error& e) {
+    error = e.what();
+  }
+  EXPECT_EQ(error, "PersistentWriteStream::Block: nesting deeper than 2000 blocks writing 'next'");
+  EXPECT_EQ(stream.block_depth(), 0u);
+  chain = THandle<Link>();  // would overflow the stack if each link deleted the next in its destructor
+  EXPECT_EQ(chain, nullptr);
+}
+
+}  // namespace
+}  // namespace vorn

@@ -1,0 +1,241 @@
+// The standard types of vorn/persistence/types/: archive bytes pinned by a
+// golden file, round trips through the archive, typed archive and tagged
+// streams, debug print text, and values that cannot be restored.
+#include <chrono>
+#include <complex>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <tuple>
+#include <unordered_map>
+#include <unordered_set>
+#include <variant>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "persistence/TaggedStreams.h"
+#include "vorn/io/MemoryDevice.h"
+#include "vorn/persistence/Archive.h"
+#include "vorn/persistence/ArchiveReadStream.h"
+#include "vorn/persistence/ArchiveWriteStream.h"
+#include "vorn/persistence/DebugPrintStream.h"
+#include "vorn/persistence/TypedArchiveReadStream.h"
+#include "vorn/persistence/TypedArchiveWriteStream.h"
+#include "vorn/persistence/types/chrono.h"
+#include "vorn/persistence/types/complex.h"
+#include "vorn/persistence/types/memory.h"
+#include "vorn/persistence/types/optional.h"
+#include "vorn/persistence/types/tuple.h"
+#include "vorn/persistence/types/unordered_map.h"
+#include "vorn/persistence/types/unordered_set.h"
+#include "vorn/persistence/types/variant.h"
+
+namespace vorn {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::system_clock;
+
+// One of each standard type; the unordered ones hold one element so that
+// their bytes do not depend on the hash.
+struct Everything {
+  std::optional<int> none;
+  std::optional<std::string> some = "s";
+  std::variant<int, std::string> variant = std::string("v");
+  std::tuple<signed char, long long, std::string> tuple{-1, 1LL << 40, "t"};
+  std::unordered_map<std::string, int> map{{"k", 2}};
+  std::unordered_set<int> set{3};
+  std::unique_ptr<std::vector<short>> owned = std::make_unique<std::vector<short>>(std::vector<short>{4});
+  std::unique_ptr<int> null_owned;
+  std::complex<double> complex{1.0, -2.0};
+  std::chrono::milliseconds duration = 1500ms;
+  Clock::time_point time = Clock::time_point(std::chrono::nanoseconds(1763800000123456789LL));
+
+  void write(const char* tag, PersistentWriteStream& s) const {
+    PersistentWriteStream::Block block(s, tag, "Everything");
+    s.write("none", none);
+    s.write("some", some);
+    s.write("variant", variant);
+    s.write("tuple", tuple);
+    s.write("map", map);
+    s.write("set", set);
+    s.write("owned", owned);
+    s.write("null_owned", null_owned);
+    s.write("complex", complex);
+    s.write("duration", duration);
+    s.write("time", time);
+  }
+  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) {
+    PersistentReadStream::Block block(s, tag, "Everything", presence);
+    s.read("none", none);
+    s.read("some", some);
+    s.read("variant", variant);
+    s.read("tuple", tuple);
+    s.read("map", map);
+    s.read("set", set);
+    s.read("owned", owned);
+    s.read("null_owned", null_owned);
+    s.read("complex", complex);
+    s.read("duration", duration);
+    s.read("time", time);
+  }
+};
+
+// Fields compared one by one so that a failure names the field.
+void expect_same(const Everything& a, const Everything& b) {
+  EXPECT_EQ(a.none, b.none);
+  EXPECT_EQ(a.some, b.some);
+  EXPECT_EQ(a.variant, b.variant);
+  EXPECT_EQ(a.tuple, b.tuple);
+  EXPECT_EQ(a.map, b.map);
+  EXPECT_EQ(a.set, b.set);
+  ASSERT_NE(b.owned, nullptr);
+  EXPECT_EQ(*a.owned, *b.owned);
+  EXPECT_EQ(b.null_owned, nullptr);
+  EXPECT_EQ(a.complex, b.complex);
+  EXPECT_EQ(a.duration, b.duration);
+  EXPECT_EQ(a.time, b.time);
+}
+
+template <class Writer, class T>
+std::string bytes_of(const T& value) {
+  MemoryDevice memory;
+  {
+    Archive archive(memory, Archive::WRITE);
+    Writer stream(archive);
+    stream.write("v", value);
+  }
+  return memory.take();
+}
+
+template <class Reader, class T>
+std::string read_back(const std::string& bytes, T& value) {
+  MemoryDevice memory(bytes.data(), bytes.size());
+  Archive archive(memory, Archive::READ);
+  Reader stream(archive);
+  try {
+    stream.read("v", value);
+  } catch (const std::exception& e) {
+    return e.what();
+  }
+  return archive.at_end() ? "" : "bytes left over";
+}
+
+// Contents that every read must replace.
+Everything scrambled() {
+  Everything x;
+  x.none = 9;
+  x.some.reset();
+  x.variant = 5;
+  x.null_owned = std::make_unique<int>(1);
+  x.set = {7, 8};
+  return x;
+}
+
+const std::string golden_file = std::string(VORN_TEST_DATA_DIR) + "/persistence/standard_types.arc";
+
+TEST(StandardTypes, ArchiveBytesMatchTheGoldenFile) {
+  const std::string bytes = bytes_of<ArchiveWriteStream>(Everything{});
+  if (std::getenv("VORN_UPDATE_GOLDEN") != nullptr) std::ofstream(golden_file, std::ios::binary) << bytes;
+  std::ifstream in(golden_file, std::ios::binary);
+  const std::string golden{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  EXPECT_TRUE(bytes == golden) << "differs from " << golden_file;
+}
+
+TEST(StandardTypes, RoundTripThroughEveryStream) {
+  const Everything original;
+  {
+    SCOPED_TRACE("archive");
+    Everything back = scrambled();
+    ASSERT_EQ(read_back<ArchiveReadStream>(bytes_of<ArchiveWriteStream>(original), back), "");
+    expect_same(original, back);
+  }
+  {
+    SCOPED_TRACE("typed archive");
+    Everything back = scrambled();
+    ASSERT_EQ(read_back<TypedArchiveReadStream>(bytes_of<TypedArchiveWriteStream>(original), back), "");
+    expect_same(original, back);
+  }
+  {
+    SCOPED_TRACE("tagged");
+    test::TaggedWriteStream out;
+    out.write("v", original);
+    test::TaggedReadStream in(out.items);
+    Everything back = scrambled();
+    in.read("v", back);
+    expect_same(original, back);
+  }
+}
+
+TEST(StandardTypes, DebugPrintShowsTheirItems) {
+  struct Row {
+    const char* name;
+    std::function<void(PersistentWriteStream&)> write;
+    const char* text;
+  };
+  const Row rows[] = {
+      {"optional", [](PersistentWriteStream& s) { s.write("o", std::optional<int>(3)); },
+       "o (Optional)\n    present: 1     value: 3 \n"},
+      {"variant", [](PersistentWriteStream& s) { s.write("v", std::variant<int, std::string>("x")); },
+       "v (Variant)\n    index: 1     value: 'x' \n"},
+      {"duration", [](PersistentWriteStream& s) { s.write("d", std::chrono::seconds(-7)); }, "d: -7 "},
+      {"complex", [](PersistentWriteStream& s) { s.write("z", std::complex<float>(1, 2)); },
+       "z (Complex)\n    real: 1     imag: 2 \n"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    std::ostringstream text;
+    DebugPrintStream print(text);
+    row.write(print);
+    EXPECT_EQ(text.str(), row.text);
+  }
+}
+
+TEST(StandardTypes, ValuesThatCannotBeRestoredAreRefused) {
+  struct Row {
+    const char* name;
+    std::function<std::string()> read;
+    const char* error;
+  };
+  const std::string index_7("\0\0\0\7", 4);
+  const std::string big_count = bytes_of<ArchiveWriteStream>(std::chrono::milliseconds(1LL << 40));
+  const std::string odd_ns = bytes_of<ArchiveWriteStream>(std::chrono::nanoseconds(1500));
+  const Row rows[] = {
+      {"variant index beyond the alternatives",
+       [&] {
+         std::variant<int, std::string> v;
+         return read_back<ArchiveReadStream>(index_7, v);
+       },
+       "PersistentReadStream::read: variant 'v' index 7 is not below 2"},
+      {"duration count beyond int",
+       [&] {
+         std::chrono::duration<int, std::milli> d;
+         return read_back<ArchiveReadStream>(big_count, d);
+       },
+       "PersistentReadStream::read: duration 'v' count 1099511627776 does not fit"},
+      {"time point finer than the clock",
+       [&] {
+         std::chrono::time_point<Clock, std::chrono::microseconds> t;
+         return read_back<ArchiveReadStream>(odd_ns, t);
+       },
+       "PersistentReadStream::read: time point 'v' of 1500 ns does not fit the clock's duration"},
+      {"empty optional truncated", [&] {
+         std::optional<int> o;
+         return read_back<ArchiveReadStream>(std::string("\1", 1), o);
+       },
+       "ArchiveReadStream::read: unexpected end of file reading 'value'"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    EXPECT_EQ(row.read(), row.error);
+  }
+}
+
+}  // namespace
+}  // namespace vorn
