@@ -342,6 +342,7 @@ void EntryDirectory::apply(const std::vector<Change>& changes, const char* opera
   const bool only_one_append = changes.size() == 1 && changes.front().kind == Change::append;
   std::vector<DatabaseEntryIdentifier> next;
   std::vector<std::string> doomed;
+  bool index_written = false;
   try {
     for (const Change& change : changes) {
       if (change.kind == Change::remove) continue;
@@ -382,11 +383,41 @@ void EntryDirectory::apply(const std::vector<Change>& changes, const char* opera
         if (!exists(change.id)) doomed.push_back(entry_path(change.id));
       }
       indexes_->file.rewrite(next, operation);
+      index_written = true;
+    }
+    // Entry files of removed identifiers go last, so the index never lists a
+    // missing file. Their bytes are kept until the change is complete, so
+    // that a failure can still put everything back.
+    std::set<std::string> removed;
+    std::set<std::string> emptied;
+    for (const std::string& path : doomed) {
+      if (!removed.insert(path).second) continue;
+      std::string old;
+      try {
+        check_directories_beneath(directory_, path);
+        old = detail::read_entry_file(directory_, path);
+        fs.remove(path);
+      } catch (const FileError& e) {
+        if (e.error() == ENOENT) continue;
+        step_error(operation, "remove", path, e.error());
+      }
+      undo.written.push_back({path, true, std::move(old)});
+      directories.insert(parent_directory(path));
+      emptied.insert(parent_directory(path));
+    }
+    if (full) {
+      for (const std::string& directory : emptied) {
+        try {
+          fs.sync_directory(directory);
+        } catch (const FileError& e) {
+          step_error(operation, "sync", directory, e.error());
+        }
+      }
     }
   } catch (...) {
-    // A failure after the new index took its name (its directory sync) puts
-    // the old one back before the entry files.
-    if (touches_index && indexes_->file.changed_on_disk()) {
+    // A failure after the new index took its name puts the old one back
+    // before the entry files.
+    if (index_written || (touches_index && indexes_->file.changed_on_disk())) {
       try {
         indexes_->file.rewrite(identifiers_, operation);
       } catch (const std::exception&) {
@@ -397,8 +428,6 @@ void EntryDirectory::apply(const std::vector<Change>& changes, const char* opera
   }
 
   // Committed: bring the lookups in step.
-  std::vector<DatabaseEntryIdentifier> previous;
-  if (!doomed.empty()) previous = identifiers_;
   if (only_one_append) {
     indexes_->positions.add(identifiers_, size() - 1);
     indexes_->folded.appended(identifiers_);
@@ -406,37 +435,6 @@ void EntryDirectory::apply(const std::vector<Change>& changes, const char* opera
     identifiers_ = std::move(next);
     indexes_->positions.rebuild(identifiers_);
     indexes_->folded.clear();
-  }
-
-  // Entry files of removed identifiers go last, so the index never lists a
-  // missing file. A file that cannot be removed puts the old index back.
-  directories.clear();
-  std::set<std::string> removed;
-  for (const std::string& path : doomed) {
-    if (!removed.insert(path).second) continue;
-    try {
-      check_directories_beneath(directory_, path);
-      fs.remove(path);
-    } catch (const FileError& e) {
-      if (e.error() == ENOENT) continue;
-      const int error = e.error();
-      try {
-        indexes_->file.rewrite(previous, operation);
-        identifiers_ = std::move(previous);
-        indexes_->positions.rebuild(identifiers_);
-      } catch (const std::exception&) {
-      }
-      step_error(operation, "remove", path, error);
-    }
-    directories.insert(parent_directory(path));
-  }
-  if (!full) return;
-  for (const std::string& directory : directories) {
-    try {
-      fs.sync_directory(directory);
-    } catch (const FileError& e) {
-      step_error(operation, "sync", directory, e.error());
-    }
   }
 }
 
