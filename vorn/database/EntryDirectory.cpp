@@ -164,8 +164,16 @@ std::string EntryDirectory::read_entry(const DatabaseEntryIdentifier& id, const 
   missing_error(path);
 }
 
-void EntryDirectory::write_entry_image(const std::string& path, const std::string& bytes, bool keep_tail,
-                                       const char* operation, Undo* undo) const {
+// An entry file written under its temporary name, not yet synced or renamed.
+struct EntryDirectory::Pending {
+  std::string path;
+  bool existed;
+  std::string old;
+  std::unique_ptr<File> file;
+};
+
+void EntryDirectory::prepare_entry_image(const std::string& path, const std::string& bytes, bool keep_tail,
+                                         const char* operation, std::vector<Pending>& pending) const {
   FileSystem& fs = FileSystem::current();
   try {
     check_directories_beneath(directory_, path);
@@ -196,21 +204,63 @@ void EntryDirectory::write_entry_image(const std::string& path, const std::strin
     if (e.error() == ENOENT) missing_error(path);  // no such directory
     step_error(operation, "create", temporary, e.error());
   }
-  const char* step = "write";
   try {
     file->write_at(0, image.data(), image.size());
-    step = "sync";
-    if (sync_wanted(durability_)) file->sync();
-    step = "write";
-    file->close();
-    step = "rename";
-    fs.rename(temporary, path);
   } catch (const FileError& e) {
     file.reset();
     try_remove_file(temporary);
-    step_error(operation, step, path, e.error());
+    step_error(operation, "write", path, e.error());
   }
-  if (undo) undo->written.push_back({path, existed, std::move(old)});
+  pending.push_back({path, existed, std::move(old), std::move(file)});
+}
+
+void EntryDirectory::place_entry_images(std::vector<Pending>& pending, const char* operation, Undo* undo) const {
+  FileSystem& fs = FileSystem::current();
+  // All syncs first: on most file systems the first one writes out the
+  // others' data with it, so a batch pays for about one.
+  std::size_t placed = 0;
+  try {
+    const char* step = "sync";
+    std::string path;
+    try {
+      for (Pending& p : pending) {
+        path = p.path;
+        step = "sync";
+        if (sync_wanted(durability_)) p.file->sync();
+        step = "write";
+        p.file->close();
+      }
+      for (Pending& p : pending) {
+        path = p.path;
+        step = "rename";
+        fs.rename(temporary_of(p.path), p.path);
+        if (undo) undo->written.push_back({p.path, p.existed, std::move(p.old)});
+        ++placed;
+      }
+    } catch (const FileError& e) {
+      step_error(operation, step, path, e.error());
+    }
+  } catch (...) {
+    pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(placed));
+    discard(pending);
+    throw;
+  }
+  pending.clear();
+}
+
+void EntryDirectory::discard(std::vector<Pending>& pending) const noexcept {
+  for (Pending& p : pending) {
+    p.file.reset();
+    try_remove_file(temporary_of(p.path));
+  }
+  pending.clear();
+}
+
+void EntryDirectory::write_entry_image(const std::string& path, const std::string& bytes, bool keep_tail,
+                                       const char* operation, Undo* undo) const {
+  std::vector<Pending> pending;
+  prepare_entry_image(path, bytes, keep_tail, operation, pending);
+  place_entry_images(pending, operation, undo);
 }
 
 void EntryDirectory::write_entry_file(const std::string& path, const std::string& bytes,
@@ -342,16 +392,25 @@ void EntryDirectory::apply(const std::vector<Change>& changes, const char* opera
   const bool only_one_append = changes.size() == 1 && changes.front().kind == Change::append;
   std::vector<DatabaseEntryIdentifier> next;
   std::vector<std::string> doomed;
+  std::vector<Pending> pending;
+  std::set<std::string> pending_paths;
   bool index_written = false;
   try {
     for (const Change& change : changes) {
       if (change.kind == Change::remove) continue;
       const std::string path = entry_path(change.id);
       // A file left unlisted by a crash is updated like any other: its
-      // longer tail stays, never read.
-      write_entry_image(path, change.bytes, true, operation, &undo);
+      // longer tail stays, never read. Files are synced and renamed in
+      // groups; a second change of one file waits for the first.
+      if (pending_paths.count(path) == 1 || pending.size() >= 128) {
+        place_entry_images(pending, operation, &undo);
+        pending_paths.clear();
+      }
+      prepare_entry_image(path, change.bytes, true, operation, pending);
+      pending_paths.insert(path);
       directories.insert(parent_directory(path));
     }
+    place_entry_images(pending, operation, &undo);
     if (full) {
       for (const std::string& directory : directories) {
         try {
@@ -415,6 +474,7 @@ void EntryDirectory::apply(const std::vector<Change>& changes, const char* opera
       }
     }
   } catch (...) {
+    discard(pending);
     // A failure after the new index took its name puts the old one back
     // before the entry files.
     if (index_written || (touches_index && indexes_->file.changed_on_disk())) {

@@ -120,11 +120,16 @@ class VORN_API EntryDirectory {
  private:
   struct Indexes;
   struct Undo;
+  struct Pending;
 
   void load(bool strict, const char* operation);
   void refresh(const char* operation);
   void recover();
   void record_intent(const std::vector<Change>& changes, const char* operation);
+  void prepare_entry_image(const std::string& path, const std::string& bytes, bool keep_tail, const char* operation,
+                           std::vector<Pending>& pending) const;
+  void place_entry_images(std::vector<Pending>& pending, const char* operation, Undo* undo) const;
+  void discard(std::vector<Pending>& pending) const noexcept;
   void write_entry_image(const std::string& path, const std::string& bytes, bool keep_tail, const char* operation,
                          Undo* undo) const;
 
