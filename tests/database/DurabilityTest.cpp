@@ -249,6 +249,28 @@ TEST(DurableDatabase, WritersSeeEachOther) {
   EXPECT_TRUE(dir.exists("n.lock"));
 }
 
+TEST(DurableDatabase, WriterReadsAnIndexItCouldNotReadAtOpening) {
+  TempDirectory dir;
+  fill(dir.path, {{"A", "a"}});
+  std::uint64_t opening = 0;  // the constructor's open of n.adi
+  {
+    FaultInjectionFileSystem counter;
+    FileSystem::Scoped use(counter);
+    const Db db(dir.path, "n", Archive::READ | Archive::WRITE);
+    const std::vector<std::string>& log = counter.operation_log();
+    for (std::size_t i = 0; i < log.size() && opening == 0; ++i) {
+      if (log[i] == "FileSystem::open " + dir.file("n.adi")) opening = i + 1;
+    }
+  }
+  ASSERT_NE(opening, 0u);
+  FaultInjectionFileSystem fs;
+  FileSystem::Scoped use(fs);
+  fs.fail_operation(opening, EACCES);
+  Db db(dir.path, "n", Archive::READ | Archive::WRITE);
+  db.append(text_entry("B", "b"));  // reads A first instead of writing over it
+  EXPECT_EQ(dir.read("n.adi"), "A\nB\n");
+}
+
 TEST(DurableDatabase, RefusedBatchChangesNothing) {
   TempDirectory dir;
   Db db(dir.path, "n", Archive::READ | Archive::WRITE);

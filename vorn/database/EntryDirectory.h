@@ -103,8 +103,9 @@ class VORN_API EntryDirectory {
   // longer old content behind them; takes no lock.
   void write_entry_file(const std::string& path, const std::string& bytes, const char* operation) const;
 
-  // Applies `changes` in order under one lock, with one index write; either
-  // all of them take effect or none. Refuses the whole batch, before writing
+  // Applies `changes` in order under one lock, with one index write. A
+  // failure undoes all of them; after a power cut the entries it adds are all
+  // listed or none, and each replaced entry is whole, old or new. Refuses the whole batch, before writing
   // anything, for a duplicate or unknown identifier (the messages of
   // ArchiveDatabase::append, replace and remove) or a bad identifier.
   void apply(const std::vector<Change>& changes, const char* operation);

@@ -92,7 +92,13 @@ std::vector<DatabaseEntryIdentifier> IndexFile::load(bool strict, const char* op
     // refused, and so is a failure while reading: either would otherwise pass
     // for an empty index. A writer accepts only a missing index as empty.
     const bool missing = e.error() == ENOENT || e.error() == ENOTDIR;
-    if (missing || (!strict && (e.error() == EACCES || e.error() == EPERM))) return {};
+    if (missing) return {};
+    if (!strict && (e.error() == EACCES || e.error() == EPERM)) {
+      // Not what the file holds: a writer must read it before changing it.
+      seen_exists_ = true;
+      seen_ = FileStatus();
+      return {};
+    }
     throw database_error(std::string("ArchiveDatabase::") + (strict ? operation : "read_index_file") +
                          ": cannot read index file " + shown_in_message(path_) + ": " + std::strerror(e.error()));
   }
