@@ -177,7 +177,7 @@ TEST(ArchiveDatabase, ErrorMessagesLeaveFilesUnchanged) {
   }
   EXPECT_EQ(dir.read("n.adi"), "A1\n");
   EXPECT_EQ(dir.read("n_A1.ade"), std::string("\0\0\0\6\0\0\0\2A1\0\0\0\1a", 15));
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path), {}), 3);  // with n.lock
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path), {}), 4);  // with n.lock, n.pending
   EXPECT_EQ(db.size(), 1);
 
   EXPECT_FALSE(db.Database<Entry>::writable());

@@ -59,7 +59,7 @@ State state_of(const std::string& directory) {
 // Names in the directory other than the index, the lock file and the entry
 // files the index lists: temporary files and unlisted entry files.
 std::set<std::string> stray_files(const std::string& directory) {
-  std::set<std::string> expected = {"n.adi", "n.lock"};
+  std::set<std::string> expected = {"n.adi", "n.lock", "n.pending"};
   const Db db(directory, "n", Archive::READ);
   for (int i = 0; i < db.size(); ++i) expected.insert("n_" + db.identifier(i).text() + ".ade");
   std::set<std::string> stray;

@@ -279,19 +279,33 @@ void EntryDirectory::write_entry_file(const std::string& path, const std::string
 void EntryDirectory::record_intent(const std::vector<Change>& changes, const char* operation) {
   std::string text;
   for (const Change& change : changes) text.append(change.id.text()).append("\n");
-  const std::string path = lock_path();
+  FileSystem& fs = FileSystem::current();
+  const std::string path = pending_path();
   OpenOptions options;
   options.read = false;
   options.write = true;
-  options.create = true;
+  const char* step = "write";
   try {
-    std::unique_ptr<File> file = FileSystem::current().open(path, options);
+    std::unique_ptr<File> file;
+    bool created = false;
+    try {
+      file = fs.open(path, options);
+    } catch (const FileError& e) {
+      if (e.error() != ENOENT) throw;
+      options.create = true;
+      file = fs.open(path, options);
+      created = true;
+    }
     file->write_at(0, text.data(), text.size());
     file->truncate(text.size());
+    step = "sync";
     file->sync();
+    step = "write";
     file->close();
+    step = "sync";
+    if (created) fs.sync_directory(directory_);
   } catch (const FileError& e) {
-    step_error(operation, "write", path, e.error());
+    step_error(operation, step, path, e.error());
   }
 }
 
@@ -302,7 +316,7 @@ void EntryDirectory::recover() {
     FileSystem& fs = FileSystem::current();
     const std::unique_ptr<FileLock> lock = fs.lock(lock_path());
     if (indexes_->file.changed_on_disk()) load(false, "read_index_file");
-    const std::string record = read_file(lock_path());
+    const std::string record = read_file(pending_path());
     std::set<std::string> directories;
     detail::for_each_trimmed_line(record, [&](std::string_view line) {
       try {
@@ -518,6 +532,7 @@ void EntryDirectory::delete_files(const std::string& directory, const std::strin
   // The index goes first: a crash part-way leaves unlisted files, never an
   // index that lists missing ones.
   detail::IndexFile::remove_files(files.index_path());
+  try_remove_file(files.pending_path());
   for (auto it = files.identifiers_.rbegin(); it != files.identifiers_.rend(); ++it) {
     const std::string path = files.entry_path(*it);
     try {

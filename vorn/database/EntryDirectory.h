@@ -25,8 +25,8 @@
 // the index once, so after a crash either all of its changes are listed or
 // none. With Durability::relaxed nothing is synced.
 //
-// Before writing files, a full-durability change records the identifiers it
-// touches in D/N.lock (synced). Opening for writing reads that record back
+// The lock file stays empty. Before writing files, a full-durability change
+// records the identifiers it touches in D/N.pending (synced). Opening for writing reads that record back
 // under the lock and deletes the entry file of every recorded identifier the
 // index does not list, and every temporary file of a recorded identifier:
 // what a crash between writing an entry file and the index left behind.
@@ -71,10 +71,11 @@ class VORN_API EntryDirectory {
   Durability durability() const noexcept { return durability_; }
   void set_durability(Durability durability) noexcept { durability_ = durability; }
 
-  // D/N.adi, D/N.lock and D/N_I.ade.
+  // D/N.adi, D/N.lock, D/N.pending and D/N_I.ade.
   static std::string index_path(const std::string& directory, const std::string& name);
   std::string index_path() const { return index_path(directory_, name_); }
   std::string lock_path() const { return directory_ + "/" + name_ + ".lock"; }
+  std::string pending_path() const { return directory_ + "/" + name_ + ".pending"; }
   std::string entry_path(const DatabaseEntryIdentifier& id) const;
 
   const std::vector<DatabaseEntryIdentifier>& identifiers() const noexcept { return identifiers_; }
@@ -114,8 +115,8 @@ class VORN_API EntryDirectory {
   static void check_identifier(const std::string& name, const DatabaseEntryIdentifier& id);
   // The checks of ArchiveDatabase::open.
   static void prepare_to_open(const std::string& directory, const std::string& name, const DatabaseOptions& options);
-  // Deletes the index and every entry file it lists, under the lock; the
-  // lock file stays.
+  // Deletes the index, the record of pending changes and every entry file
+  // the index lists, under the lock; the lock file stays.
   static void delete_files(const std::string& directory, const std::string& name);
 
  private:
