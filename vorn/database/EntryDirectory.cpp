@@ -170,15 +170,48 @@ struct EntryDirectory::Pending {
   bool existed;
   std::string old;
   std::unique_ptr<File> file;
+  bool direct;  // written under its own name: a new file, unlisted until the index names it
 };
 
-void EntryDirectory::prepare_entry_image(const std::string& path, const std::string& bytes, bool keep_tail,
-                                         const char* operation, std::vector<Pending>& pending) const {
+void EntryDirectory::prepare_entry_image(const std::string& path, const std::string& bytes, bool fresh,
+                                         bool keep_tail, const char* operation, std::vector<Pending>& pending) const {
   FileSystem& fs = FileSystem::current();
   try {
     check_directories_beneath(directory_, path);
   } catch (const FileError& e) {
     refused_error("write_entry", path, e.error());
+  }
+  OpenOptions options;
+  options.beneath = directory_;
+  options.read = false;
+  options.write = true;
+  options.create = true;
+  if (fresh) {
+    // A new entry's file is created under its own name, exclusively: no
+    // reader looks at it before the index lists it, and a failure or a crash
+    // (through the record of pending changes) removes it again.
+    options.exclusive = true;
+    std::unique_ptr<File> file;
+    try {
+      file = fs.open(path, options);
+    } catch (const FileError& e) {
+      if (e.error() != EEXIST) {
+        if (e.error() == ENOENT) missing_error(path);  // no such directory
+        step_error(operation, "create", path, e.error());
+      }
+    }
+    if (file) {
+      try {
+        file->write_at(0, bytes.data(), bytes.size());
+      } catch (const FileError& e) {
+        file.reset();
+        try_remove_file(path);
+        step_error(operation, "write", path, e.error());
+      }
+      pending.push_back({path, false, std::string(), std::move(file), true});
+      return;
+    }
+    options.exclusive = false;
   }
   bool existed = true;
   std::string old;
@@ -191,11 +224,6 @@ void EntryDirectory::prepare_entry_image(const std::string& path, const std::str
   std::string image = bytes;
   if (keep_tail && old.size() > bytes.size()) image.append(old, bytes.size(), std::string::npos);
   const std::string temporary = temporary_of(path);
-  OpenOptions options;
-  options.beneath = directory_;
-  options.read = false;
-  options.write = true;
-  options.create = true;
   options.truncate = true;
   std::unique_ptr<File> file;
   try {
@@ -211,7 +239,7 @@ void EntryDirectory::prepare_entry_image(const std::string& path, const std::str
     try_remove_file(temporary);
     step_error(operation, "write", path, e.error());
   }
-  pending.push_back({path, existed, std::move(old), std::move(file)});
+  pending.push_back({path, existed, std::move(old), std::move(file), false});
 }
 
 void EntryDirectory::place_entry_images(std::vector<Pending>& pending, const char* operation, Undo* undo) const {
@@ -233,7 +261,7 @@ void EntryDirectory::place_entry_images(std::vector<Pending>& pending, const cha
       for (Pending& p : pending) {
         path = p.path;
         step = "rename";
-        fs.rename(temporary_of(p.path), p.path);
+        if (!p.direct) fs.rename(temporary_of(p.path), p.path);
         if (undo) undo->written.push_back({p.path, p.existed, std::move(p.old)});
         ++placed;
       }
@@ -251,7 +279,7 @@ void EntryDirectory::place_entry_images(std::vector<Pending>& pending, const cha
 void EntryDirectory::discard(std::vector<Pending>& pending) const noexcept {
   for (Pending& p : pending) {
     p.file.reset();
-    try_remove_file(temporary_of(p.path));
+    try_remove_file(p.direct ? p.path : temporary_of(p.path));
   }
   pending.clear();
 }
@@ -259,7 +287,7 @@ void EntryDirectory::discard(std::vector<Pending>& pending) const noexcept {
 void EntryDirectory::write_entry_image(const std::string& path, const std::string& bytes, bool keep_tail,
                                        const char* operation, Undo* undo) const {
   std::vector<Pending> pending;
-  prepare_entry_image(path, bytes, keep_tail, operation, pending);
+  prepare_entry_image(path, bytes, false, keep_tail, operation, pending);
   place_entry_images(pending, operation, undo);
 }
 
@@ -420,7 +448,7 @@ void EntryDirectory::apply(const std::vector<Change>& changes, const char* opera
         place_entry_images(pending, operation, &undo);
         pending_paths.clear();
       }
-      prepare_entry_image(path, change.bytes, true, operation, pending);
+      prepare_entry_image(path, change.bytes, change.kind == Change::append, true, operation, pending);
       pending_paths.insert(path);
       directories.insert(parent_directory(path));
     }

@@ -16,8 +16,10 @@
 // the index is replaced atomically or grows by one complete line, and a last
 // line without its newline is never loaded.
 //
-// Every entry file is written whole under a temporary name beside the final
-// one (D/N_I.ade.tmp), synced and renamed into place; a replaced entry keeps
+// A new entry file is created exclusively under its own name (unlisted, no
+// reader looks at it until the index names it); a file that already exists
+// is rewritten whole under a temporary name beside it (D/N_I.ade.tmp),
+// synced and renamed into place; a replaced entry keeps
 // the old tail bytes beyond the new record, as an update in place would. With
 // Durability::full the entry files are synced before their rename, their
 // directories after it, and the index is synced before a change is
@@ -128,8 +130,8 @@ class VORN_API EntryDirectory {
   void refresh(const char* operation);
   void recover();
   void record_intent(const std::vector<Change>& changes, const char* operation);
-  void prepare_entry_image(const std::string& path, const std::string& bytes, bool keep_tail, const char* operation,
-                           std::vector<Pending>& pending) const;
+  void prepare_entry_image(const std::string& path, const std::string& bytes, bool fresh, bool keep_tail,
+                           const char* operation, std::vector<Pending>& pending) const;
   void place_entry_images(std::vector<Pending>& pending, const char* operation, Undo* undo) const;
   void discard(std::vector<Pending>& pending) const noexcept;
   void write_entry_image(const std::string& path, const std::string& bytes, bool keep_tail, const char* operation,
