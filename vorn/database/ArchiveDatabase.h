@@ -33,16 +33,18 @@
 //   Under it the writer first reloads an index that another object or
 //   process changed, so no acknowledged change is overwritten and the
 //   duplicate check sees every entry. reload() loads the index on demand.
-// - Every entry file is written whole under D/N_I.ade.tmp and renamed into
-//   place; a replacing entry that is shorter keeps the old tail bytes behind
-//   the new record, exactly as an update in place would. An entry whose
-//   write throws leaves the old file untouched.
+// - An existing entry file is rewritten whole under D/N_I.ade.tmp and
+//   renamed into place (a new one is created exclusively, unlisted until the
+//   index names it); a replacing entry that is shorter keeps the old tail
+//   bytes behind the new record, exactly as an update in place would. An
+//   entry whose write throws leaves the old file untouched.
 // - With the default Durability::full, an acknowledged change survives a
 //   power cut: entry files and the index are synced, and so are the
 //   directories. DatabaseOptions::durability = Durability::relaxed syncs
 //   nothing, for bulk loads.
-// - A batch applies many changes under one lock with one index write; after a
-//   crash all of its changes are there or none:
+// - A batch applies many changes under one lock with one index write; a
+//   failure undoes all of them, and after a power cut its new entries are all
+//   listed or none (each replaced entry is whole, old or new):
 //
 //     ArchiveDatabase<Entry>::Batch batch = db.batch();
 //     batch.append(e1);
