@@ -22,6 +22,7 @@
 #include "vorn/database/DatabaseEntryIdentifierList.h"
 #include "vorn/database/DatabaseEntryIdentifierPairList.h"
 #include "vorn/database/DatabaseOptions.h"
+#include "vorn/database/EntryDirectory.h"
 #include "vorn/database/database_error.h"
 #include "vorn/foundation/Export.h"
 #include "vorn/foundation/HandleCommon.h"

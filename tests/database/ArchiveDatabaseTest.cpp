@@ -103,10 +103,11 @@ TEST(ArchiveDatabase, AppendAfterForeignChangeRewritesIndex) {
   dir.write("n.adi", "A\nZZ\nQ");  // another writer changed the file
   db.append(make_entry("B", "b"));
   db.append(make_entry("C", "c"));
-  EXPECT_EQ(dir.read("n.adi"), "A\nB\nC\n");
-  ::unlink(dir.file("n.adi").c_str());
+  // Its change is loaded first and kept (the unterminated Q is not a line).
+  EXPECT_EQ(dir.read("n.adi"), "A\nZZ\nB\nC\n");
+  ::unlink(dir.file("n.adi").c_str());  // another writer deleted the index
   db.append(make_entry("D", "d"));
-  EXPECT_EQ(dir.read("n.adi"), "A\nB\nC\nD\n");
+  EXPECT_EQ(dir.read("n.adi"), "D\n");
 }
 
 TEST(ArchiveDatabase, LoadingAnIndex) {
@@ -176,7 +177,7 @@ TEST(ArchiveDatabase, ErrorMessagesLeaveFilesUnchanged) {
   }
   EXPECT_EQ(dir.read("n.adi"), "A1\n");
   EXPECT_EQ(dir.read("n_A1.ade"), std::string("\0\0\0\6\0\0\0\2A1\0\0\0\1a", 15));
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path), {}), 2);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path), {}), 4);  // with n.lock, n.pending
   EXPECT_EQ(db.size(), 1);
 
   EXPECT_FALSE(db.Database<Entry>::writable());
@@ -246,6 +247,7 @@ TEST(ArchiveDatabase, NearestEntry) {
   };
   try {
     Db db(dir, "crash", 3);
+    db.set_durability(Durability::relaxed);  // killed processes, not power cuts
     for (int serial = 0;; ++serial) {
       const int choice = static_cast<int>(random() % 10);
       if (choice < 5 || db.size() < 3) {

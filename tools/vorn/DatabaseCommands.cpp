@@ -224,10 +224,12 @@ std::vector<std::pair<std::string, std::string>> collect_import(const std::strin
 }
 
 int import(Arguments& args) {
+  const bool relaxed = args.take_flag("--relaxed");
   const Location where = take_location(args);
   const std::string source = args.take("SOURCE");
   args.expect_end();
   const auto db = open_existing(where, Archive::READ | Archive::WRITE);
+  if (relaxed) db->set_durability(vorn::Durability::relaxed);
   const auto items = collect_import(source, where.name);
   std::vector<THandle<Entry>> entries;
   entries.reserve(items.size());

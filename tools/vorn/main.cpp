@@ -29,12 +29,15 @@ Entry databases (text entries, kept as DIR/NAME.adi and DIR/NAME_<id>.ade):
   vorn db remove  DIR NAME ID         remove the entry ID
   vorn db nearest DIR NAME ID         print the nearest identifier and the
                                       match: exact, case-insensitive or none
-  vorn db import  DIR NAME SOURCE     add or replace an entry for every file in
+  vorn db import  DIR NAME SOURCE [--relaxed]
+                                      add or replace an entry for every file in
                                       the directory SOURCE (identifier: the file
                                       name without its extension, made valid
                                       by to_valid_base_filename), or for every line
                                       "identifier<TAB>path" of the file SOURCE
-                                      (paths relative to SOURCE's directory)
+                                      (paths relative to SOURCE's directory);
+                                      --relaxed skips syncing to the disk: fast,
+                                      but a power cut may lose the import
   vorn db export  DIR NAME TARGET [--force]
                                       write every entry to a file in TARGET
                                       (not the database's own directory; an

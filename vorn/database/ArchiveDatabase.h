@@ -23,17 +23,37 @@
 //   // database_error "ArchiveDatabase::open: no database (no index file): /data/genes.adi" when absent
 //
 // Lookups by identifier take expected constant time (a hash index of first
-// positions); appending writes one index line while the index file is still
-// what this object last wrote, and otherwise rewrites it. Rewrites of the
-// index and of an existing entry file go through a temporary file that is
-// renamed into place (D/N.adi.tmp, D/N_I.ade.tmp), so a crash leaves the old
-// or the new file. remove() rewrites the index before deleting the entry
-// file, so the index never lists a removed file. nearest_entry() answers in
-// logarithmic time from an index ordered case-insensitively, which its first
-// call builds (so opening costs nothing more) and append() and remove() then
-// keep up to date. Nothing is synced to the
-// disk: a killed process loses nothing that a call had finished, but a power
-// cut may lose the most recent changes.
+// positions); nearest_entry() answers in logarithmic time from an index
+// ordered case-insensitively, which its first call builds.
+//
+// Changes are safe against other writers and against crashes (the file work
+// is EntryDirectory's, which tells the details):
+// - Every change (append, replace, remove, a batch) holds an exclusive lock
+//   on D/N.lock, a file that is created once and never renamed or removed.
+//   Under it the writer first reloads an index that another object or
+//   process changed, so no acknowledged change is overwritten and the
+//   duplicate check sees every entry. reload() loads the index on demand.
+// - An existing entry file is rewritten whole under D/N_I.ade.tmp and
+//   renamed into place (a new one is created exclusively, unlisted until the
+//   index names it); a replacing entry that is shorter keeps the old tail
+//   bytes behind the new record, exactly as an update in place would. An
+//   entry whose write throws leaves the old file untouched.
+// - With the default Durability::full, an acknowledged change survives a
+//   power cut: entry files and the index are synced, and so are the
+//   directories. DatabaseOptions::durability = Durability::relaxed syncs
+//   nothing, for bulk loads.
+// - A batch applies many changes under one lock with one index write; a
+//   failure undoes all of them, and after a power cut its new entries are all
+//   listed or none (each replaced entry is whole, old or new):
+//
+//     ArchiveDatabase<Entry>::Batch batch = db.batch();
+//     batch.append(e1);
+//     batch.remove(DatabaseEntryIdentifier("old"));
+//     batch.commit();
+//
+// - Every failure to write, sync, rename or remove a file is a database_error
+//   "ArchiveDatabase::<operation>: cannot <step> <path>: <system reason>",
+//   also for the index, and the failed change leaves no file behind.
 //
 // Every entry file is opened beneath the directory: a symbolic link on the
 // way (D/N_a pointing elsewhere, or the entry file itself) is refused, never
@@ -49,7 +69,9 @@
 // above or that cannot be stored as an index line (quoted up to 80 bytes), a
 // truncated or corrupt entry file (naming the file), an entry file refused as
 // above ("cannot open entry file <path>: <reason>"), an index that exists but
-// is not a readable regular file, or an index that cannot be written. A missing entry file gives the archive's std::invalid_argument
+// is not a readable regular file, an index that cannot be written, and an
+// entry that another writer removed since the index was loaded
+// ("ArchiveDatabase::entry: entry was removed from the database: <id>"). A missing entry file gives the archive's std::invalid_argument
 // "Archive::open: Couldn't open file: <path>"; an index line longer than 255
 // characters makes the constructor throw the identifier's
 // std::invalid_argument.
@@ -60,23 +82,18 @@
 #include <exception>
 #include <memory>
 #include <string>
-#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "vorn/database/Database.h"
 #include "vorn/database/DatabaseEntry.h"
 #include "vorn/database/DatabaseEntryIdentifier.h"
 #include "vorn/database/DatabaseOptions.h"
+#include "vorn/database/EntryDirectory.h"
 #include "vorn/database/database_error.h"
-#include "vorn/database/detail/CaseInsensitiveIndex.h"
-#include "vorn/database/detail/DatabaseOpening.h"
-#include "vorn/database/detail/EntryPaths.h"
-#include "vorn/database/detail/FileIo.h"
-#include "vorn/database/detail/FirstPositionIndex.h"
-#include "vorn/database/detail/IndexFile.h"
 #include "vorn/foundation/Export.h"
 #include "vorn/foundation/THandle.h"
-#include "vorn/io/FileFunctions.h"
+#include "vorn/io/MemoryDevice.h"
 #include "vorn/persistence/Archive.h"
 #include "vorn/persistence/VersionedArchive.h"
 
@@ -85,11 +102,42 @@ namespace vorn {
 template <class Entry>
 class ArchiveDatabase : public Database<Entry> {
  public:
+  // Changes gathered to be applied together by commit() (or
+  // ArchiveDatabase::apply): under one lock, with one index write, all or
+  // none. Each entry is turned into its file bytes when it is added, so an
+  // entry whose write throws is refused there and touches no file.
+  class Batch {
+   public:
+    void append(THandle<Entry> entry) { add(EntryDirectory::Change::append, *entry); }
+    void replace(THandle<Entry> entry) { add(EntryDirectory::Change::replace, *entry); }
+    void remove(const DatabaseEntryIdentifier& id) {
+      changes_.push_back({EntryDirectory::Change::remove, id, std::string()});
+    }
+    std::size_t size() const noexcept { return changes_.size(); }
+    // Applies the changes to the database that made the batch and empties
+    // the batch; on failure the batch and the database stay as they were.
+    void commit() { database_->apply(*this); }
+
+   private:
+    friend class ArchiveDatabase;
+    explicit Batch(ArchiveDatabase& database) : database_(&database) {}
+    void add(typename EntryDirectory::Change::Kind kind, const Entry& entry) {
+      changes_.push_back({kind, entry.identifier(), entry_bytes(entry)});
+    }
+
+    ArchiveDatabase* database_;
+    std::vector<EntryDirectory::Change> changes_;
+  };
+
   // Loads the index of D/N.adi; a missing index gives an empty database.
   // `mode` is a bit set of Archive::READ and Archive::WRITE; only WRITE is
   // consulted.
-  ArchiveDatabase(const std::string& directory, const std::string& name, unsigned int mode);
-  ~ArchiveDatabase() override;
+  ArchiveDatabase(const std::string& directory, const std::string& name, unsigned int mode)
+      : directory_(directory),
+        name_(name),
+        mode_(mode),
+        files_(std::make_unique<EntryDirectory>(directory, name, (mode & Archive::WRITE) != 0)) {}
+  ~ArchiveDatabase() override = default;
   ArchiveDatabase(const ArchiveDatabase&) = delete;
   ArchiveDatabase& operator=(const ArchiveDatabase&) = delete;
 
@@ -102,282 +150,165 @@ class ArchiveDatabase : public Database<Entry> {
   // <D/N.adi>", "...: index is a directory: <D/N.adi>", or
   // "ArchiveDatabase::open: " followed by the file system's message.
   static std::unique_ptr<ArchiveDatabase> open(const std::string& directory, const std::string& name,
-                                               const DatabaseOptions& options);
+                                               const DatabaseOptions& options) {
+    EntryDirectory::prepare_to_open(directory, name, options);
+    auto database = std::make_unique<ArchiveDatabase>(
+        directory, name, options.writable ? Archive::READ | Archive::WRITE : Archive::READ);
+    database->set_durability(options.durability);
+    return database;
+  }
 
   // directory + "/" + name + ".adi"
-  static std::string index_file_path(const std::string& directory, const std::string& name);
+  static std::string index_file_path(const std::string& directory, const std::string& name) {
+    return EntryDirectory::index_path(directory, name);
+  }
   std::string absolute_database_name() const { return index_file_path(directory_, name_); }
   // directory + "/" + name + "_" + id + ".ade", the identifier unescaped.
-  std::string absolute_entry_file_name(const DatabaseEntryIdentifier& id) const {
-    std::string path;
-    path.reserve(directory_.size() + name_.size() + id.text().size() + 6);
-    path.append(directory_).append("/").append(name_).append("_").append(id.text()).append(".ade");
-    return path;
-  }
+  std::string absolute_entry_file_name(const DatabaseEntryIdentifier& id) const { return files_->entry_path(id); }
+  // directory + "/" + name + ".lock", the file every writer locks.
+  std::string lock_file_name() const { return files_->lock_path(); }
 
   const std::string& directory() const noexcept { return directory_; }
   const std::string& name() const noexcept { return name_; }
   unsigned int mode() const noexcept { return mode_; }
+  Durability durability() const noexcept { return files_->durability(); }
+  void set_durability(Durability durability) noexcept { files_->set_durability(durability); }
 
-  void read_index_file();
-  void write_index_file() const;
+  void read_index_file() { files_->reload(); }
+  // Rewrites the index from the identifiers held (atomically, under the
+  // lock); a failure throws database_error.
+  void write_index_file() const { files_->write_index(); }
+  // Loads the index again, to see the changes of other writers.
+  void reload() { files_->reload(); }
 
   // Reads the entry file `path` into `entry`; a short or failed read throws
   // database_error "ArchiveDatabase::read_entry: truncated or corrupt entry
   // file: <path>", and any other exception of the entry's reader becomes a
   // database_error "ArchiveDatabase::read_entry: cannot read entry file
   // <path>: <the reader's message>".
-  void read_entry(const std::string& path, Entry& entry) const;
-  // Writes version 6 and `entry` at the start of `path`, keeping any longer
-  // old content behind it.
-  void write_entry(const std::string& path, const Entry& entry) const;
+  void read_entry(const std::string& path, Entry& entry) const {
+    parse_entry(path, files_->read_entry_file(path, "read_entry"), entry);
+  }
+  // Makes `path` begin with version 6 and `entry`, atomically, keeping any
+  // longer old content behind them.
+  void write_entry(const std::string& path, const Entry& entry) const {
+    files_->write_entry_file(path, entry_bytes(entry), "write_entry");
+  }
 
-  int size() const override { return static_cast<int>(identifiers_.size()); }
+  int size() const override { return files_->size(); }
   // The same position and match as Database::nearest_entry, in logarithmic
   // time (the first call orders the identifiers, in N log N).
   int nearest_entry(const DatabaseEntryIdentifier& target,
-                    typename Database<Entry>::IdentifierMatch& match) const override;
-  DatabaseEntryIdentifier identifier(int i) const override;
-  bool identifier_exists(const DatabaseEntryIdentifier& id) const override { return index(id) != size(); }
-  int index(const DatabaseEntryIdentifier& id) const override;
-  THandle<Entry> entry(int i) const override;
-  THandle<Entry> entry(const DatabaseEntryIdentifier& id) const override;
+                    typename Database<Entry>::IdentifierMatch& match) const override {
+    int kind = 0;
+    const int position = files_->nearest(target, kind);
+    match = static_cast<typename Database<Entry>::IdentifierMatch>(kind);
+    return position;
+  }
+  DatabaseEntryIdentifier identifier(int i) const override {
+    check_position(i);
+    return files_->identifiers()[static_cast<std::size_t>(i)];
+  }
+  bool identifier_exists(const DatabaseEntryIdentifier& id) const override { return files_->find(id) >= 0; }
+  int index(const DatabaseEntryIdentifier& id) const override {
+    const int i = files_->find(id);
+    return i < 0 ? size() : i;
+  }
+  THandle<Entry> entry(int i) const override {
+    check_position(i);
+    const DatabaseEntryIdentifier& id = files_->identifiers()[static_cast<std::size_t>(i)];
+    THandle<Entry> result(new Entry());
+    parse_entry(files_->entry_path(id), files_->read_entry(id, "read_entry"), *result);
+    return result;
+  }
+  THandle<Entry> entry(const DatabaseEntryIdentifier& id) const override {
+    const int i = files_->find(id);
+    if (i < 0) this->entry_error("ArchiveDatabase", id);
+    return entry(i);
+  }
   bool writable() const override { return (mode_ & Archive::WRITE) != 0; }
 
-  void append(THandle<Entry> entry) override;
-  void replace(THandle<Entry> entry) override;
-  void remove(const DatabaseEntryIdentifier& id) override;
+  void append(THandle<Entry> entry) override {
+    if (!writable()) throw database_error("ArchiveDatabase::append: database is not opened for writing");
+    const DatabaseEntryIdentifier id = entry->identifier();
+    check_identifier(name_, id);
+    files_->apply({{EntryDirectory::Change::append, id, entry_bytes(*entry)}}, "append");
+  }
+  void replace(THandle<Entry> entry) override {
+    if (!writable()) throw database_error("ArchiveDatabase::replace: database is not opened for writing");
+    files_->apply({{EntryDirectory::Change::replace, entry->identifier(), entry_bytes(*entry)}}, "replace");
+  }
+  void remove(const DatabaseEntryIdentifier& id) override {
+    if (!writable()) throw database_error("ArchiveDatabase::remove: database is not opened for writing");
+    files_->apply({{EntryDirectory::Change::remove, id, std::string()}}, "remove");
+  }
   void flush() override {}
+
+  // A new, empty batch of changes to this database.
+  Batch batch() { return Batch(*this); }
+  // Applies and empties `batch` (see Batch); throws database_error
+  // "ArchiveDatabase::apply: database is not opened for writing" when not
+  // writable.
+  void apply(Batch& batch) {
+    if (!writable()) throw database_error("ArchiveDatabase::apply: database is not opened for writing");
+    files_->apply(batch.changes_, "apply");
+    batch.changes_.clear();
+  }
 
   // Throws the database_error append() would throw for an identifier that
   // cannot be stored in the database `name` (empty; an empty, "." or ".."
   // path component or a zero byte; an entry file name too long; not
   // storable as an index line), so that callers can check a batch first.
-  static void check_identifier(const std::string& name, const DatabaseEntryIdentifier& id);
+  static void check_identifier(const std::string& name, const DatabaseEntryIdentifier& id) {
+    EntryDirectory::check_identifier(name, id);
+  }
 
   // Deletes the index file and every entry file it lists (identifiers that
-  // would name a file outside the directory are left alone).
-  static void delete_database_files(const std::string& directory, const std::string& name);
+  // would name a file outside the directory are left alone). The lock file
+  // stays.
+  static void delete_database_files(const std::string& directory, const std::string& name) {
+    EntryDirectory::delete_files(directory, name);
+  }
 
  private:
+  // Version 6, then the entry as Entry::write stores it.
+  static std::string entry_bytes(const Entry& entry) {
+    MemoryDevice image;
+    {
+      VersionedArchive archive(image, Archive::WRITE);
+      archive << static_cast<int>(VersionedArchive::current_version);
+      entry.write(archive);
+    }
+    return image.take();
+  }
+
+  static void parse_entry(const std::string& path, const std::string& bytes, Entry& entry) {
+    MemoryDevice device(bytes.data(), bytes.size());
+    VersionedArchive archive(device, Archive::READ);
+    int version = 0;
+    archive >> version;
+    archive.file_version = version;
+    try {
+      entry.read(archive);
+    } catch (const database_error&) {
+      throw;
+    } catch (const std::exception& e) {
+      throw database_error("ArchiveDatabase::read_entry: cannot read entry file " + path + ": " + e.what());
+    }
+    if (archive.failed()) {
+      throw database_error("ArchiveDatabase::read_entry: truncated or corrupt entry file: " + path);
+    }
+  }
+
   void check_position(int i) const {
     if (i < 0 || i >= size()) this->entry_error("ArchiveDatabase", i);
   }
 
   std::string directory_;
   std::string name_;
-  std::vector<DatabaseEntryIdentifier> identifiers_;
   unsigned int mode_;
-  detail::FirstPositionIndex positions_;
-  // Built by the first nearest_entry(), hence mutable.
-  mutable detail::CaseInsensitiveIndex folded_;
-  std::unique_ptr<detail::IndexFile> index_file_;
+  std::unique_ptr<EntryDirectory> files_;
 };
-
-template <class Entry>
-ArchiveDatabase<Entry>::ArchiveDatabase(const std::string& directory, const std::string& name, unsigned int mode)
-    : directory_(directory),
-      name_(name),
-      mode_(mode),
-      index_file_(std::make_unique<detail::IndexFile>(index_file_path(directory, name))) {
-  read_index_file();
-}
-
-// Out of line, so that applications destroy a database through the
-// library's instantiation and never reach the internal index file.
-template <class Entry>
-ArchiveDatabase<Entry>::~ArchiveDatabase() = default;
-
-template <class Entry>
-std::string ArchiveDatabase<Entry>::index_file_path(const std::string& directory, const std::string& name) {
-  return directory + "/" + name + ".adi";
-}
-
-// Out of line, so that applications reach the checks through the library's
-// instantiation.
-template <class Entry>
-void ArchiveDatabase<Entry>::check_identifier(const std::string& name, const DatabaseEntryIdentifier& id) {
-  detail::check_entry_file_identifier("append", name, id);
-  detail::check_index_identifier("append", id);
-}
-
-template <class Entry>
-void ArchiveDatabase<Entry>::read_index_file() {
-  identifiers_.clear();
-  positions_.rebuild(identifiers_);
-  identifiers_ = index_file_->load();
-  positions_.rebuild(identifiers_);
-  folded_.clear();
-}
-
-template <class Entry>
-void ArchiveDatabase<Entry>::write_index_file() const {
-  index_file_->rewrite(identifiers_);
-}
-
-template <class Entry>
-void ArchiveDatabase<Entry>::read_entry(const std::string& path, Entry& entry) const {
-  detail::check_entry_file_opens("read_entry", directory_, path);
-  VersionedArchive archive(path, Archive::READ);
-  int version = 0;
-  archive >> version;
-  archive.file_version = version;
-  try {
-    entry.read(archive);
-  } catch (const database_error&) {
-    throw;
-  } catch (const std::exception& e) {
-    throw database_error("ArchiveDatabase::read_entry: cannot read entry file " + path + ": " + e.what());
-  }
-  if (archive.failed()) {
-    throw database_error("ArchiveDatabase::read_entry: truncated or corrupt entry file: " + path);
-  }
-}
-
-template <class Entry>
-void ArchiveDatabase<Entry>::write_entry(const std::string& path, const Entry& entry) const {
-  if constexpr (std::is_same_v<Entry, DatabaseEntry<std::string>>) {
-    detail::overwrite_file_start(directory_, path, detail::string_entry_image(entry.identifier(), *entry.data()));
-  } else {
-    detail::check_entry_file_opens("write_entry", directory_, path);
-    VersionedArchive archive(path, Archive::READ | Archive::WRITE);
-    archive << static_cast<int>(VersionedArchive::current_version);
-    entry.write(archive);
-    archive.close();
-    if (archive.failed()) throw database_error("ArchiveDatabase::write_entry: cannot write " + path);
-  }
-}
-
-template <class Entry>
-std::unique_ptr<ArchiveDatabase<Entry>> ArchiveDatabase<Entry>::open(const std::string& directory,
-                                                                     const std::string& name,
-                                                                     const DatabaseOptions& options) {
-  detail::prepare_to_open(directory, index_file_path(directory, name), options);
-  return std::make_unique<ArchiveDatabase>(directory, name,
-                                           options.writable ? Archive::READ | Archive::WRITE : Archive::READ);
-}
-
-template <class Entry>
-int ArchiveDatabase<Entry>::nearest_entry(const DatabaseEntryIdentifier& target,
-                                          typename Database<Entry>::IdentifierMatch& match) const {
-  const int exact = positions_.find(identifiers_, target);
-  if (exact >= 0) {
-    match = Database<Entry>::exact_match;
-    return exact;
-  }
-  if (!folded_.built()) folded_.build(identifiers_);
-  const detail::CaseInsensitiveIndex::Neighbours near = folded_.neighbours(identifiers_, target);
-  if (near.folded >= 0) {
-    match = Database<Entry>::case_insensitive_match;
-    return near.folded;
-  }
-  match = Database<Entry>::no_match;
-  return near.above >= 0 ? near.above : near.below;
-}
-
-template <class Entry>
-DatabaseEntryIdentifier ArchiveDatabase<Entry>::identifier(int i) const {
-  check_position(i);
-  return identifiers_[static_cast<std::size_t>(i)];
-}
-
-template <class Entry>
-int ArchiveDatabase<Entry>::index(const DatabaseEntryIdentifier& id) const {
-  const int i = positions_.find(identifiers_, id);
-  return i < 0 ? size() : i;
-}
-
-template <class Entry>
-THandle<Entry> ArchiveDatabase<Entry>::entry(int i) const {
-  check_position(i);
-  THandle<Entry> result(new Entry());
-  read_entry(absolute_entry_file_name(identifiers_[static_cast<std::size_t>(i)]), *result);
-  return result;
-}
-
-template <class Entry>
-THandle<Entry> ArchiveDatabase<Entry>::entry(const DatabaseEntryIdentifier& id) const {
-  const int i = index(id);
-  if (i == size()) this->entry_error("ArchiveDatabase", id);
-  return entry(i);
-}
-
-template <class Entry>
-void ArchiveDatabase<Entry>::append(THandle<Entry> entry) {
-  if (!writable()) throw database_error("ArchiveDatabase::append: database is not opened for writing");
-  const DatabaseEntryIdentifier id = entry->identifier();
-  check_identifier(name_, id);
-  if (identifier_exists(id)) {
-    throw database_error("ArchiveDatabase::append: database already contains an entry with this identifier: " + id);
-  }
-  write_entry(absolute_entry_file_name(id), *entry);
-  identifiers_.push_back(id);
-  positions_.add(identifiers_, size() - 1);
-  try {
-    index_file_->append_last(identifiers_);
-  } catch (...) {
-    identifiers_.pop_back();
-    positions_.rebuild(identifiers_);
-    throw;
-  }
-  folded_.appended(identifiers_);
-}
-
-template <class Entry>
-void ArchiveDatabase<Entry>::replace(THandle<Entry> entry) {
-  if (!writable()) throw database_error("ArchiveDatabase::replace: database is not opened for writing");
-  const DatabaseEntryIdentifier id = entry->identifier();
-  detail::check_entry_file_identifier("replace", name_, id);
-  if (!identifier_exists(id)) {
-    throw database_error("ArchiveDatabase::replace: database does not contain an entry with this identifier: " +
-                         id);
-  }
-  write_entry(absolute_entry_file_name(id), *entry);
-}
-
-template <class Entry>
-void ArchiveDatabase<Entry>::remove(const DatabaseEntryIdentifier& id) {
-  if (!writable()) throw database_error("ArchiveDatabase::remove: database is not opened for writing");
-  detail::check_entry_file_identifier("remove", name_, id);
-  const int i = index(id);
-  if (i == size()) {
-    throw database_error("ArchiveDatabase::remove: database does not contain an entry with this identifier: " + id);
-  }
-  detail::check_entry_file_removable(directory_, absolute_entry_file_name(id));
-  const DatabaseEntryIdentifier removed = identifiers_[static_cast<std::size_t>(i)];
-  identifiers_.erase(identifiers_.begin() + i);
-  bool index_written = false;
-  try {
-    index_written = index_file_->rewrite(identifiers_);
-  } catch (...) {
-    identifiers_.insert(identifiers_.begin() + i, removed);
-    positions_.rebuild(identifiers_);
-    throw;
-  }
-  positions_.rebuild(identifiers_);
-  folded_.erased(i);
-  // An index that could not be rewritten still lists the entry: keep its file.
-  if (index_written) try_remove_file(absolute_entry_file_name(removed));
-}
-
-template <class Entry>
-void ArchiveDatabase<Entry>::delete_database_files(const std::string& directory, const std::string& name) {
-  ArchiveDatabase database(directory, name, Archive::WRITE);
-  // The index goes first: a crash part-way leaves unlisted files, never an
-  // index that lists missing ones.
-  detail::IndexFile::remove_files(database.absolute_database_name());
-  for (auto it = database.identifiers_.rbegin(); it != database.identifiers_.rend(); ++it) {
-    try {
-      detail::check_entry_file_identifier("remove", name, *it);
-      detail::check_entry_file_removable(directory, database.absolute_entry_file_name(*it));
-    } catch (const database_error&) {
-      continue;
-    }
-    const std::string path = database.absolute_entry_file_name(*it);
-    try_remove_file(path);
-    try_remove_file(path + ".tmp");
-  }
-}
 
 extern template class VORN_API Database<DatabaseEntry<std::string>>;
 extern template class VORN_API ArchiveDatabase<DatabaseEntry<std::string>>;

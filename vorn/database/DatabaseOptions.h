@@ -13,6 +13,14 @@
 
 namespace vorn {
 
+// How far a database goes to make a change survive a power cut.
+// - full: an acknowledged change is on the disk when the call returns (the
+//   entry file and the index are synced, and so are the directories whose
+//   names changed).
+// - relaxed: nothing is synced; a change survives the end of the process at
+//   any point, but a power cut may lose the latest ones. For bulk loads.
+enum class Durability { full, relaxed };
+
 struct DatabaseOptions {
   // Allow append(), replace() and remove() (the mode Archive::READ |
   // Archive::WRITE instead of Archive::READ).
@@ -22,6 +30,8 @@ struct DatabaseOptions {
   bool create_if_missing = false;
   // Refuse to open a database whose index file already exists.
   bool error_if_exists = false;
+  // Whether changes are synced to the disk before they are acknowledged.
+  Durability durability = Durability::full;
 };
 
 }  // namespace vorn

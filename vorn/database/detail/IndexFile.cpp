@@ -58,8 +58,10 @@ std::optional<FileStatus> status_of(const std::string& path) {
   }
 }
 
-[[noreturn]] void index_write_error(const std::string& what, const std::string& path, int error) {
-  throw database_error("ArchiveDatabase::write_index_file: cannot " + what + " " + path + ": " + std::strerror(error));
+[[noreturn]] void index_write_error(const char* operation, const std::string& what, const std::string& path,
+                                   int error) {
+  throw database_error(std::string("ArchiveDatabase::") + operation + ": cannot " + what + " " + path + ": " +
+                       std::strerror(error));
 }
 
 }  // namespace
@@ -67,87 +69,72 @@ std::optional<FileStatus> status_of(const std::string& path) {
 void IndexFile::remember_state() {
   const std::optional<FileStatus> now = status_of(path_);
   known_ = now.has_value();
-  if (known_) state_ = *now;
+  seen_exists_ = now.has_value();
+  if (known_) {
+    state_ = *now;
+    seen_ = *now;
+  }
 }
 
-std::vector<DatabaseEntryIdentifier> IndexFile::load() {
+std::vector<DatabaseEntryIdentifier> IndexFile::load(bool strict, const char* operation) {
   forget();
   // The state is trusted only when the file did not change while it was read.
   const std::optional<FileStatus> before = status_of(path_);
+  seen_exists_ = before.has_value();
+  if (before) seen_ = *before;
   std::string text;
   try {
     text = read_file(path_);
   } catch (const FileError& e) {
     // An index that cannot be opened (missing, or not readable by this
-    // process) is an empty database, as it always was. Something that is not
-    // a regular file in its place (a directory, a FIFO) is refused, and so is
-    // a failure while reading: either would otherwise pass for an empty index.
-    if (e.error() == ENOENT || e.error() == ENOTDIR || e.error() == EACCES || e.error() == EPERM) return {};
-    throw database_error("ArchiveDatabase::read_index_file: cannot read index file " + shown_in_message(path_) +
-                         ": " + std::strerror(e.error()));
+    // process) is an empty database to a reader, as it always was. Something
+    // that is not a regular file in its place (a directory, a FIFO) is
+    // refused, and so is a failure while reading: either would otherwise pass
+    // for an empty index. A writer accepts only a missing index as empty.
+    const bool missing = e.error() == ENOENT || e.error() == ENOTDIR;
+    if (missing) return {};
+    if (!strict && (e.error() == EACCES || e.error() == EPERM)) {
+      // Not what the file holds: a writer must read it before changing it.
+      seen_exists_ = true;
+      seen_ = FileStatus();
+      return {};
+    }
+    throw database_error(std::string("ArchiveDatabase::") + (strict ? operation : "read_index_file") +
+                         ": cannot read index file " + shown_in_message(path_) + ": " + std::strerror(e.error()));
   }
   const std::optional<FileStatus> after = status_of(path_);
   bool canonical = false;
   std::vector<DatabaseEntryIdentifier> ids = parse_index(text, canonical);
-  if (canonical && before && after && same_file(*before, *after) && after->size == text.size()) {
+  if (before && after && same_file(*before, *after) && after->size == text.size()) {
     state_ = *after;
-    known_ = true;
+    known_ = canonical;
+  } else {
+    // Changed while it was read: the next writer reloads it.
+    seen_exists_ = true;
+    seen_ = FileStatus();
   }
   return ids;
 }
 
-bool IndexFile::unchanged_on_disk() const {
+bool IndexFile::changed_on_disk() const {
   const std::optional<FileStatus> now = status_of(path_);
-  return now && same_file(*now, state_);
+  if (!now) return seen_exists_;
+  return !seen_exists_ || !same_file(*now, seen_);
 }
 
-bool IndexFile::rewrite(const std::vector<DatabaseEntryIdentifier>& ids) {
+void IndexFile::rewrite(const std::vector<DatabaseEntryIdentifier>& ids, const char* operation) {
   forget();
-  FileSystem& fs = FileSystem::current();
-  const std::string text = identifier_lines(ids);
-  const std::string temporary = path_ + ".tmp";
-  OpenOptions options;
-  options.read = false;
-  options.write = true;
-  options.create = true;
-  options.truncate = true;
-  std::unique_ptr<File> file;
   try {
-    file = fs.open(temporary, options);
-  } catch (const FileError&) {
-    // The directory takes no new files; an existing, writable index is still
-    // rewritten, in place.
-    options.create = false;
-    try {
-      file = fs.open(path_, options);
-    } catch (const FileError&) {
-      return false;  // like an index that cannot be opened: not reported
-    }
-    try {
-      file->write_at(0, text.data(), text.size());
-    } catch (const FileError& e) {
-      index_write_error("write", path_, e.error());
-    }
-    file_ = std::move(file);
-    remember_state();
-    return true;
-  }
-  try {
-    file->write_at(0, text.data(), text.size());
-    fs.rename(temporary, path_);
+    replace_file_atomically(path_, identifier_lines(ids));
   } catch (const FileError& e) {
-    file.reset();
-    try_remove_file(temporary);
-    index_write_error("write", path_, e.error());
+    index_write_error(operation, "write", path_, e.error());
   }
-  file_ = std::move(file);
   remember_state();
-  return true;
 }
 
-void IndexFile::append_last(const std::vector<DatabaseEntryIdentifier>& ids) {
-  if (!known_ || ids.empty() || !unchanged_on_disk()) {
-    rewrite(ids);
+void IndexFile::append_last(const std::vector<DatabaseEntryIdentifier>& ids, const char* operation, bool sync) {
+  if (!known_ || ids.empty() || changed_on_disk()) {
+    rewrite(ids, operation);
     return;
   }
   if (!file_) {
@@ -157,22 +144,29 @@ void IndexFile::append_last(const std::vector<DatabaseEntryIdentifier>& ids) {
     try {
       file_ = FileSystem::current().open(path_, options);
     } catch (const FileError&) {
-      rewrite(ids);
+      rewrite(ids, operation);
       return;
     }
     // The file opened must be the one whose state was remembered.
     const std::optional<FileStatus> opened = status_of(path_);
     if (!opened || opened->inode != state_.inode || opened->device != state_.device) {
-      rewrite(ids);
+      rewrite(ids, operation);
       return;
     }
   }
   const std::string line = ids.back().text() + '\n';
   try {
     file_->write_at(state_.size, line.data(), line.size());
+    if (sync) file_->sync();
   } catch (const FileError& e) {
+    // Readers never load a line without its end, but the next append would
+    // complete it: cut it off again.
+    try {
+      file_->truncate(state_.size);
+    } catch (const FileError&) {
+    }
     forget();
-    index_write_error("append to", path_, e.error());
+    index_write_error(operation, "append to", path_, e.error());
   }
   remember_state();
 }

@@ -37,32 +37,43 @@ class IndexFile {
   const std::string& path() const noexcept { return path_; }
 
   // The identifiers of the file; none when it does not exist. Anything
-  // else that cannot be read as a regular file (a directory, a FIFO, an
-  // unreadable file) throws database_error "ArchiveDatabase::read_index_file:
+  // else that cannot be read as a regular file (a directory, a FIFO) throws
+  // database_error "ArchiveDatabase::read_index_file: cannot read index file
+  // <path>: <reason>". An index that cannot be opened (no permission) is an
+  // empty database, unless `strict`: a writer must not replace an index it
+  // could not read, so then that throws too, as "ArchiveDatabase::<operation>:
   // cannot read index file <path>: <reason>".
-  std::vector<DatabaseEntryIdentifier> load();
+  std::vector<DatabaseEntryIdentifier> load(bool strict = false, const char* operation = "read_index_file");
 
-  // Replaces the file by the lines of `ids`, through a temporary file, or in
-  // place when the directory takes no new files. Returns false, reporting
-  // nothing else, when neither file can be opened; a failed write or rename
-  // throws database_error.
-  bool rewrite(const std::vector<DatabaseEntryIdentifier>& ids);
+  // True when the file is not the one last loaded or written by this object
+  // (another identity, size or modification time, or it appeared or vanished).
+  bool changed_on_disk() const;
 
-  // Brings the file in step with `ids`, whose last element was just added.
-  void append_last(const std::vector<DatabaseEntryIdentifier>& ids);
+  // Replaces the file by the lines of `ids` atomically (a synced temporary
+  // file renamed over it, the directory synced). A failure throws
+  // database_error "ArchiveDatabase::<operation>: cannot write <path>: <reason>"
+  // and leaves the old file.
+  void rewrite(const std::vector<DatabaseEntryIdentifier>& ids, const char* operation = "write_index_file");
+
+  // Brings the file in step with `ids`, whose last element was just added:
+  // one line written at the end of the file while it is what this object last
+  // saw, else a rewrite. `sync` makes the appended line durable. Failures
+  // throw as rewrite() does, with the file cut back to its old length.
+  void append_last(const std::vector<DatabaseEntryIdentifier>& ids, const char* operation, bool sync);
 
   // Deletes the index file (and a temporary one left behind by a crash).
   static void remove_files(const std::string& path);
 
  private:
-  bool unchanged_on_disk() const;
   void forget() noexcept;
   void remember_state();
 
   std::string path_;
   std::unique_ptr<File> file_;  // open on the file last written, or null
-  bool known_ = false;          // state_ describes the file last written or read
-  FileStatus state_;
+  bool known_ = false;          // state_ describes the file last written or read, in canonical form
+  bool seen_exists_ = false;    // the file existed when last loaded or written
+  FileStatus seen_;             // its state then
+  FileStatus state_;            // the state append_last continues from (when known_)
 };
 
 }  // namespace vorn::detail
