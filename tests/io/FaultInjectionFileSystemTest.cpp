@@ -22,15 +22,10 @@ using test::error_of;
 using test::ScratchDirectory;
 using Files = std::map<std::string, std::string>;  // name -> content
 
-OpenOptions creating() {
-  OpenOptions options;
-  options.write = true;
-  options.create = true;
-  return options;
-}
+using test::open_options;
 
 void write_file(FileSystem& fs, const std::string& path, const std::string& bytes, bool sync) {
-  std::unique_ptr<File> file = fs.open(path, creating());
+  std::unique_ptr<File> file = fs.open(path, open_options("rwc"));
   file->write_at(0, bytes.data(), bytes.size());
   if (sync) file->sync();
   file->close();
@@ -67,7 +62,7 @@ TEST(FaultInjectionFileSystem, CountsAndFailsTheKthOperation) {
     ScratchDirectory fresh;
     FaultInjectionFileSystem fs;
     fs.fail_operation(2, ENOSPC, c.repeat);
-    std::unique_ptr<File> file = fs.open(fresh.file("f"), creating());
+    std::unique_ptr<File> file = fs.open(fresh.file("f"), open_options("rwc"));
     EXPECT_EQ(error_of([&] { file->write_at(0, "x", 1); }), ENOSPC);
     EXPECT_EQ(fresh.read("f"), "");  // the failed write had no effect
     error_of([&] { file->size(); });
@@ -75,14 +70,18 @@ TEST(FaultInjectionFileSystem, CountsAndFailsTheKthOperation) {
   }
 }
 
-TEST(FaultInjectionFileSystem, CrashRefusesLaterOperations) {
+TEST(FaultInjectionFileSystem, CrashRefusesLaterOperationsUntilThePowerLoss) {
   ScratchDirectory dir;
   FaultInjectionFileSystem fs;
   fs.crash_after(1);
-  std::unique_ptr<File> file = fs.open(dir.file("f"), creating());
+  std::unique_ptr<File> file = fs.open(dir.file("f"), open_options("rwc"));
   EXPECT_FALSE(fs.crashed());
   EXPECT_EQ(error_of([&] { file->write_at(0, "x", 1); }), EIO);
   EXPECT_TRUE(fs.crashed());
+  fs.drop_unsynced();
+  EXPECT_FALSE(fs.crashed());  // the file system works again
+  EXPECT_EQ(error_of([&] { file->write_at(0, "x", 1); }), EIO);  // but files open at the power loss are gone
+  EXPECT_FALSE(dir.read("f").has_value());
 }
 
 TEST(FaultInjectionFileSystem, PowerLossKeepsOnlyWhatWasSynced) {
@@ -101,7 +100,7 @@ TEST(FaultInjectionFileSystem, PowerLossKeepsOnlyWhatWasSynced) {
        {{"f", "NEW"}}},
       {"write after the sync lost", {},
        [](FileSystem& fs, const ScratchDirectory& d) {
-         std::unique_ptr<File> file = fs.open(d.file("f"), creating());
+         std::unique_ptr<File> file = fs.open(d.file("f"), open_options("rwc"));
          file->write_at(0, "ab", 2);
          file->sync();
          fs.sync_directory(d.path());
@@ -136,9 +135,7 @@ TEST(FaultInjectionFileSystem, PowerLossKeepsOnlyWhatWasSynced) {
        {}},
       {"truncating open undone", {{"f", "full"}},
        [](FileSystem& fs, const ScratchDirectory& d) {
-         OpenOptions options = creating();
-         options.truncate = true;
-         fs.open(d.file("f"), options)->close();
+         fs.open(d.file("f"), open_options("rwct"))->close();
        },
        {{"f", "full"}}},
   };
@@ -151,17 +148,6 @@ TEST(FaultInjectionFileSystem, PowerLossKeepsOnlyWhatWasSynced) {
     fs.drop_unsynced();
     EXPECT_EQ(files_in(dir), c.after);
   }
-}
-
-TEST(FaultInjectionFileSystem, FilesOpenAtThePowerLossAreGone) {
-  ScratchDirectory dir;
-  FaultInjectionFileSystem fs;
-  std::unique_ptr<File> file = fs.open(dir.file("f"), creating());
-  fs.crash_after(fs.operation_count());
-  fs.drop_unsynced();
-  EXPECT_FALSE(fs.crashed());  // the file system works again
-  EXPECT_EQ(error_of([&] { file->write_at(0, "x", 1); }), EIO);
-  EXPECT_FALSE(dir.read("f").has_value());
 }
 
 // replace_file_atomically under every fault: the target holds its old bytes
