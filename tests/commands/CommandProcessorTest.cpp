@@ -8,57 +8,21 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <utility>
 
+#include "AppendCommand.h"
 #include "support/TestSupport.h"
 #include "vorn/commands/BeginMacroCommand.h"
 #include "vorn/commands/ClearHistoryCommand.h"
 #include "vorn/commands/CommandMacroBlock.h"
 #include "vorn/commands/EndMacroCommand.h"
 #include "vorn/commands/ReentrancyGuard.h"
-#include "vorn/commands/StoredNameCommand.h"
 #include "vorn/foundation/VornLog.h"
 #include "vorn/notification/Observer.h"
 
 namespace vorn {
 namespace {
 
-// Appends text to a shared document. Commands of one non-negative id merge;
-// `before` runs first in execute (to throw or re-enter), `undo_hook` in undo.
-class Append : public StoredNameCommand {
- public:
-  Append(std::string& doc, std::string text, int id = -1)
-      : StoredNameCommand("Append " + text), doc_(doc), text_(std::move(text)), id_(id) {}
-  bool execute() override {
-    if (before) before();
-    if (fail) return false;
-    doc_ += text_;
-    return true;
-  }
-  bool undo() override {
-    if (undo_hook) undo_hook();
-    doc_.erase(doc_.size() - text_.size());
-    return true;
-  }
-  bool can_undo() const override { return undoable; }
-  int id() const override { return id_; }
-  bool merge_with(const Command& next) override {
-    text_ += static_cast<const Append&>(next).text_;
-    if (on_merge) on_merge(*this);
-    return true;
-  }
-
-  bool fail = false;
-  bool undoable = true;
-  std::function<void()> before;
-  std::function<void()> undo_hook;
-  std::function<void(Append&)> on_merge;
-
- private:
-  std::string& doc_;
-  std::string text_;
-  int id_;
-};
+using test::Append;
 
 // A document, its processor and shorthands for driving them.
 struct Desk {
