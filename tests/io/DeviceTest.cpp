@@ -185,12 +185,7 @@ TEST(Devices, MemoryDeviceReusedAfterClear) {
 TEST(Devices, FailuresAreRecordedNotThrown) {
   const ScratchDirectory dir;
   const std::string missing = dir.file("no_such_directory/file.arc");
-  try {
-    FileDevice device(missing, test::open_options("rwc"));
-    ADD_FAILURE() << "opened a file in a missing directory";
-  } catch (const FileError& e) {
-    EXPECT_EQ(e.error(), ENOENT);
-  }
+  EXPECT_EQ(test::error_of([&] { FileDevice(missing, test::open_options("rwc")); }), ENOENT);
   EXPECT_THAT([&] { Archive(missing, Archive::WRITE); },
               ThrowsMessage<std::invalid_argument>("Archive::open: Couldn't open file: " + missing));
 
