@@ -6,30 +6,14 @@
 #include <string>
 #include <vector>
 
+#include "AppendCommand.h"
 #include "support/TestSupport.h"
-#include "vorn/commands/StoredNameCommand.h"
 #include "vorn/foundation/THandle.h"
 
 namespace vorn {
 namespace {
 
-// Appends a word to a document and takes it off again.
-class Write : public StoredNameCommand {
- public:
-  Write(std::string& doc, const std::string& word) : StoredNameCommand("Write " + word), doc_(doc), word_(word) {}
-  bool execute() override {
-    doc_ += word_;
-    return true;
-  }
-  bool undo() override {
-    doc_.erase(doc_.size() - word_.size());
-    return true;
-  }
-
- private:
-  std::string& doc_;
-  std::string word_;
-};
+using test::Append;
 
 // Records each notification as the flags it carried: h (history), c (clean
 // state), a (active processor).
@@ -60,22 +44,22 @@ class CommandProcessorGroupTest : public ::testing::Test {
 };
 
 TEST_F(CommandProcessorGroupTest, ForwardsToTheActiveProcessor) {
-  first.submit(make_handle<Write>(first_doc, "a"));
-  second.submit(make_handle<Write>(second_doc, "b"));
+  first.submit(make_handle<Append>(first_doc, "a"));
+  second.submit(make_handle<Append>(second_doc, "b"));
   EXPECT_TRUE(log.seen.empty()) << "with no active processor nothing is passed on";
 
   group.set_active(&second);
-  EXPECT_EQ(group.undo_name(), "Write b");
+  EXPECT_EQ(group.undo_name(), "Append b");
   EXPECT_TRUE(group.undo());
   EXPECT_EQ(second_doc, "");
   EXPECT_EQ(first_doc, "a") << "the inactive document is untouched";
-  EXPECT_EQ(group.redo_name(), "Write b");
+  EXPECT_EQ(group.redo_name(), "Append b");
   EXPECT_TRUE(group.can_redo());
   EXPECT_FALSE(group.can_undo());
 
-  first.submit(make_handle<Write>(first_doc, "c"));  // not active: not passed on
+  first.submit(make_handle<Append>(first_doc, "c"));  // not active: not passed on
   group.set_active(&first);
-  EXPECT_EQ(group.undo_name(), "Write c");
+  EXPECT_EQ(group.undo_name(), "Append c");
   EXPECT_FALSE(group.redo()) << "the first document has nothing to redo";
   EXPECT_EQ(log.seen, (std::vector<std::string>{"a", "hc", "a"}));
 }

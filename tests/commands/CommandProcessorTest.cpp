@@ -4,59 +4,25 @@
 
 #include <functional>
 #include <iostream>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <utility>
 
+#include "AppendCommand.h"
+#include "support/TestSupport.h"
 #include "vorn/commands/BeginMacroCommand.h"
 #include "vorn/commands/ClearHistoryCommand.h"
 #include "vorn/commands/CommandMacroBlock.h"
 #include "vorn/commands/EndMacroCommand.h"
 #include "vorn/commands/ReentrancyGuard.h"
-#include "vorn/commands/StoredNameCommand.h"
 #include "vorn/foundation/VornLog.h"
 #include "vorn/notification/Observer.h"
 
 namespace vorn {
 namespace {
 
-// Appends text to a shared document. Commands of one non-negative id merge;
-// `before` runs first in execute (to throw or re-enter), `undo_hook` in undo.
-class Append : public StoredNameCommand {
- public:
-  Append(std::string& doc, std::string text, int id = -1)
-      : StoredNameCommand("Append " + text), doc_(doc), text_(std::move(text)), id_(id) {}
-  bool execute() override {
-    if (before) before();
-    if (fail) return false;
-    doc_ += text_;
-    return true;
-  }
-  bool undo() override {
-    if (undo_hook) undo_hook();
-    doc_.erase(doc_.size() - text_.size());
-    return true;
-  }
-  bool can_undo() const override { return undoable; }
-  int id() const override { return id_; }
-  bool merge_with(const Command& next) override {
-    text_ += static_cast<const Append&>(next).text_;
-    if (on_merge) on_merge(*this);
-    return true;
-  }
-
-  bool fail = false;
-  bool undoable = true;
-  std::function<void()> before;
-  std::function<void()> undo_hook;
-  std::function<void(Append&)> on_merge;
-
- private:
-  std::string& doc_;
-  std::string text_;
-  int id_;
-};
+using test::Append;
 
 // A document, its processor and shorthands for driving them.
 struct Desk {
@@ -65,6 +31,21 @@ struct Desk {
   bool submit(const std::string& text, int id = -1) { return submit(make(text, id), processor); }
   void begin(const std::string& name) { processor.submit(make_handle<BeginMacroCommand>(name)); }
   void end() { processor.submit(make_handle<EndMacroCommand>()); }
+  // Runs a script of words: "(name" opens a macro, ")" closes one, "!x" submits a failing x, anything else
+  // is submitted as text.
+  void run(const std::string& script) {
+    std::istringstream words(script);
+    for (std::string w; words >> w;) {
+      if (w[0] == '(') begin(w.substr(1));
+      if (w == ")") end();
+      if (w[0] == '!') {
+        const THandle<Append> failing = make(w.substr(1));
+        failing->fail = true;
+        submit(failing, processor);
+      }
+      if (w[0] != '(' && w != ")" && w[0] != '!') submit(w);
+    }
+  }
   void expect_logic_error(const std::function<void()>& f, const char* message) {
     try {
       f();
@@ -78,14 +59,29 @@ struct Desk {
   CommandProcessor processor{0};
 };
 
+// Counts notifications and notes what an Edit menu would show at each.
+struct MenuWatcher : Observer {
+  explicit MenuWatcher(CommandProcessor& p) : processor(p) { processor.connect(*this); }
+  ~MenuWatcher() override { processor.disconnect(*this); }
+  void update(Subject*, const Observer::UpdateFlags& flags) override {
+    ++updates;
+    clean_flips += flags.test(CommandProcessor::clean_state_changed) ? 1 : 0;
+    names += "[" + processor.undo_name() + "]";
+    if (on_update) on_update();
+  }
+  CommandProcessor& processor;
+  int updates = 0;
+  int clean_flips = 0;
+  std::string names;
+  std::function<void()> on_update;
+};
+
 class CommandProcessorTest : public ::testing::Test, protected Desk {};
 
 TEST_F(CommandProcessorTest, UndoRedoAndFailures) {
   EXPECT_FALSE(processor.undo());
   EXPECT_FALSE(processor.redo());
-  submit("a");
-  submit("b");
-  submit("c");
+  run("a b c");
   EXPECT_EQ(processor.undo_name(), "Append c");
   processor.undo();
   processor.undo();
@@ -144,18 +140,12 @@ TEST_F(CommandProcessorTest, MergingTheBoundAndClearing) {
 }
 
 TEST_F(CommandProcessorTest, MacrosNestAndUndoAsOneStep) {
-  submit("a");
-  begin("Outer");
-  submit("b");
-  begin("Inner");
-  submit("c");
-  end();
+  run("a (Outer b (Inner c )");
   EXPECT_FALSE(processor.can_undo());
   expect_logic_error([&] { processor.undo(); }, "CommandProcessor::undo: a macro is open");
   expect_logic_error([&] { processor.redo(); }, "CommandProcessor::redo: a macro is open");
   expect_logic_error([&] { processor.mark_clean(); }, "CommandProcessor::mark_clean: a macro is open");
-  submit("d");
-  end();
+  run("d )");
   EXPECT_EQ(processor.history_size(), 2);
   EXPECT_EQ(processor.undo_name(), "Outer");
   processor.undo();
@@ -163,8 +153,7 @@ TEST_F(CommandProcessorTest, MacrosNestAndUndoAsOneStep) {
   processor.redo();
   EXPECT_EQ(doc, "abcd");
   expect_logic_error([&] { end(); }, "CommandProcessor::submit: no macro is open");
-  begin("Empty");
-  end();
+  run("(Empty )");
   EXPECT_EQ(processor.history_size(), 2) << "an empty macro records nothing";
 
   // A macro whose undo fails half way is restored whole.
@@ -221,36 +210,26 @@ TEST_F(CommandProcessorTest, CleanStateFollowsThePosition) {
 }
 
 TEST_F(CommandProcessorTest, ObserversFollowAndNobodyReenters) {
-  struct Recorder : Observer {
-    void update(Subject*, const Observer::UpdateFlags& flags) override {
-      ++updates;
-      clean_flips += flags.test(CommandProcessor::clean_state_changed) ? 1 : 0;
-      if (on_update) on_update();
-    }
-    int updates = 0;
-    int clean_flips = 0;
-    std::function<void()> on_update;
-  } recorder;
-  processor.connect(recorder);
+  auto recorder = std::make_unique<MenuWatcher>(processor);
   submit("a");
   processor.undo();
   processor.redo();
   processor.mark_clean();
-  EXPECT_EQ(recorder.updates, 4);
-  EXPECT_EQ(recorder.clean_flips, 4);
+  EXPECT_EQ(recorder->updates, 4);
+  EXPECT_EQ(recorder->clean_flips, 4);
 
-  recorder.on_update = [&] {
+  recorder->on_update = [&] {
     expect_logic_error([&] { processor.undo(); }, "CommandProcessor::undo: another operation is in progress");
   };
   submit("b");
-  recorder.on_update = nullptr;
+  recorder->on_update = nullptr;
   const THandle<Append> reentrant = make("c");
   reentrant->before = [&] { submit("nested"); };
   expect_logic_error([&] { submit(reentrant, processor); },
                      "CommandProcessor::submit: another operation is in progress");
   EXPECT_TRUE(submit("d")) << "the guard is released after a refusal";
   EXPECT_EQ(doc, "abd");
-  processor.disconnect(recorder);
+  recorder.reset();
 
   bool busy = false;
   try {
@@ -262,8 +241,7 @@ TEST_F(CommandProcessorTest, ObserversFollowAndNobodyReenters) {
 }
 
 TEST_F(CommandProcessorTest, TracesEveryStepAtLevelTwo) {
-  std::ostringstream captured;
-  std::streambuf* old = std::cout.rdbuf(captured.rdbuf());
+  testing::ScopedStreamCapture captured(std::cout);
   VornLog::set_level(2);
   CommandProcessor bounded(1);
   submit(make("a", 3), bounded);
@@ -272,8 +250,7 @@ TEST_F(CommandProcessorTest, TracesEveryStepAtLevelTwo) {
   bounded.undo();
   bounded.redo();
   VornLog::set_level(0);
-  std::cout.rdbuf(old);
-  EXPECT_EQ(captured.str(),
+  EXPECT_EQ(captured.text(),
             "DEBUG 2: CommandProcessor::submit 'Append a'\n"
             "DEBUG 2: CommandProcessor::submit 'Append b'\n"
             "DEBUG 2: CommandProcessor::merge 'Append b' into 'Append a'\n"
@@ -283,79 +260,25 @@ TEST_F(CommandProcessorTest, TracesEveryStepAtLevelTwo) {
             "DEBUG 2: CommandProcessor::redo 'Append c'\n");
 }
 
-// Counts notifications and notes what an Edit menu would show at each.
-struct MenuWatcher : Observer {
-  explicit MenuWatcher(CommandProcessor& p) : processor(p) { processor.connect(*this); }
-  ~MenuWatcher() override { processor.disconnect(*this); }
-  void update(Subject*, const Observer::UpdateFlags& flags) override {
-    ++updates;
-    clean_flips += flags.test(CommandProcessor::clean_state_changed) ? 1 : 0;
-    names += "[" + processor.undo_name() + "]";
-  }
-  CommandProcessor& processor;
-  int updates = 0;
-  int clean_flips = 0;
-  std::string names;
-};
-
 TEST_F(CommandProcessorTest, ObserversHearOfAMacroOnceWhenItCloses) {
   const struct {
     const char* name;
-    std::function<void(Desk&)> run;
+    const char* script;
     int updates;
     int clean_flips;
     std::string names;
   } cases[] = {
-      {"three commands",
-       [](Desk& t) {
-         t.begin("Outer");
-         t.submit("a");
-         t.submit("b");
-         t.submit("c");
-         t.end();
-       },
-       1, 1, "[Outer]"},
-      {"nested macros",
-       [](Desk& t) {
-         t.begin("Outer");
-         t.submit("a");
-         t.begin("Inner");
-         t.submit("b");
-         t.end();
-         t.submit("c");
-         t.end();
-       },
-       1, 1, "[Outer]"},
-      {"a failing member",
-       [](Desk& t) {
-         t.begin("Outer");
-         const THandle<Append> failing = t.make("f");
-         failing->fail = true;
-         t.submit(failing, t.processor);
-         t.submit("a");
-         t.end();
-       },
-       1, 1, "[Outer]"},
-      {"an empty macro",
-       [](Desk& t) {
-         t.begin("Empty");
-         t.end();
-       },
-       1, 0, "[]"},
-      {"a macro after a step",
-       [](Desk& t) {
-         t.submit("a");
-         t.begin("M");
-         t.submit("b");
-         t.end();
-       },
-       2, 1, "[Append a][M]"},
+      {"three commands", "(Outer a b c )", 1, 1, "[Outer]"},
+      {"nested macros", "(Outer a (Inner b ) c )", 1, 1, "[Outer]"},
+      {"a failing member", "(Outer !f a )", 1, 1, "[Outer]"},
+      {"an empty macro", "(Empty )", 1, 0, "[]"},
+      {"a macro after a step", "a (M b )", 2, 1, "[Append a][M]"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     Desk fresh;
     MenuWatcher watcher(fresh.processor);
-    c.run(fresh);
+    fresh.run(c.script);
     EXPECT_EQ(watcher.updates, c.updates);
     EXPECT_EQ(watcher.clean_flips, c.clean_flips);
     EXPECT_EQ(watcher.names, c.names);
@@ -365,34 +288,28 @@ TEST_F(CommandProcessorTest, ObserversHearOfAMacroOnceWhenItCloses) {
 TEST_F(CommandProcessorTest, ObsoleteStepsAreDroppedFromTheHistory) {
   const struct {
     const char* name;
-    std::function<void(Desk&)> run;
+    std::function<void(Desk&, const THandle<Append>& b)> run;  // after "a", with b unsubmitted
     std::string doc;
     int history_size;
     int position;
     bool clean;
   } cases[] = {
       {"obsolete before undo: dropped without undoing",
-       [](Desk& t) {
-         t.submit("a");
-         const THandle<Append> b = t.make("b");
+       [](Desk& t, const THandle<Append>& b) {
          t.submit(b, t.processor);
          b->set_obsolete(true);
          EXPECT_TRUE(t.processor.undo());
        },
        "ab", 1, 1, false},
       {"obsolete while undoing: undone, then dropped",
-       [](Desk& t) {
-         t.submit("a");
-         const THandle<Append> b = t.make("b");
+       [](Desk& t, const THandle<Append>& b) {
          b->undo_hook = [raw = b.unhand()] { raw->set_obsolete(true); };
          t.submit(b, t.processor);
          t.processor.undo();
        },
        "a", 1, 1, false},
       {"obsolete at redo: dropped without redoing",
-       [](Desk& t) {
-         t.submit("a");
-         const THandle<Append> b = t.make("b");
+       [](Desk& t, const THandle<Append>& b) {
          t.submit(b, t.processor);
          t.processor.undo();
          b->set_obsolete(true);
@@ -400,27 +317,21 @@ TEST_F(CommandProcessorTest, ObsoleteStepsAreDroppedFromTheHistory) {
        },
        "a", 1, 1, false},
       {"obsolete after execute: never recorded",
-       [](Desk& t) {
-         t.submit("a");
-         const THandle<Append> b = t.make("b");
+       [](Desk& t, const THandle<Append>& b) {
          b->before = [raw = b.unhand()] { raw->set_obsolete(true); };
          EXPECT_TRUE(t.submit(b, t.processor));
        },
        "ab", 1, 1, false},
       {"a merge that cancels out: the clean state before it holds",
-       [](Desk& t) {
-         t.submit("a");
+       [](Desk& t, const THandle<Append>& b) {
          t.processor.mark_clean();
-         const THandle<Append> b = t.make("b", 5);
          b->on_merge = [](Append& self) { self.set_obsolete(true); };
          t.submit(b, t.processor);
          t.submit("c", 5);
        },
        "abc", 1, 1, true},
       {"dropping a step the clean state included",
-       [](Desk& t) {
-         t.submit("a");
-         const THandle<Append> b = t.make("b");
+       [](Desk& t, const THandle<Append>& b) {
          t.submit(b, t.processor);
          t.processor.mark_clean();
          t.processor.undo();
@@ -432,7 +343,8 @@ TEST_F(CommandProcessorTest, ObsoleteStepsAreDroppedFromTheHistory) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     Desk fresh;
-    c.run(fresh);
+    fresh.submit("a");
+    c.run(fresh, fresh.make("b", 5));
     EXPECT_EQ(fresh.doc, c.doc);
     EXPECT_EQ(fresh.processor.history_size(), c.history_size);
     EXPECT_EQ(fresh.processor.position(), c.position);

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/TestSupport.h"
 #include "vorn/foundation/TWeakHandle.h"
 
 namespace vorn {
@@ -70,12 +71,7 @@ TEST_F(THandleTest, NullHandlesOwnNothingAndRefuseAccess) {
     EXPECT_EQ(h.count_block(), nullptr);
     EXPECT_EQ(THandle<Tracked>(h).count_block(), nullptr);
     EXPECT_EQ(handle_static_cast<Derived>(h).count_block(), nullptr);
-    try {
-      (void)h.operator->();
-      FAIL();
-    } catch (const std::runtime_error& e) {
-      EXPECT_STREQ(e.what(), "Internal error: access of null handle");
-    }
+    EXPECT_EQ(testing::error_of([&] { (void)h.operator->(); }), "Internal error: access of null handle");
     EXPECT_THROW((void)*h, std::runtime_error);
   }
 }

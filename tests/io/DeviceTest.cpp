@@ -1,13 +1,8 @@
 #include "vorn/io/Device.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <numeric>
 #include <stdexcept>
@@ -18,6 +13,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "IoTestSupport.h"
 #include "vorn/io/FileDevice.h"
 #include "vorn/io/FileSystem.h"
 #include "vorn/io/MemoryDevice.h"
@@ -28,14 +24,7 @@ namespace {
 
 using ::testing::ThrowsMessage;
 
-std::string scratch_name(const char* what) {
-  return "/tmp/vorn_device_test_" + std::to_string(::getpid()) + "_" + what;
-}
-
-std::string file_bytes(const std::string& name) {
-  std::ifstream in(name, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
+using test::ScratchDirectory;
 
 // What a FakeFile holds, kept by the test so that it outlives the file.
 struct FakeDisk {
@@ -114,7 +103,8 @@ void expect_sample(Archive& in) {
 }
 
 TEST(Devices, RoundTripThroughEachDevice) {
-  const std::string name = scratch_name("round_trip");
+  const ScratchDirectory dir;
+  const std::string name = dir.file("round_trip");
   MemoryDevice memory;
   FakeDisk disk;
   {
@@ -127,7 +117,7 @@ TEST(Devices, RoundTripThroughEachDevice) {
     write_sample(to_fake);
   }
   const std::string image = memory.take();
-  EXPECT_EQ(file_bytes(name), image);
+  EXPECT_EQ(dir.read("round_trip"), image);
   EXPECT_EQ(disk.bytes, image);
 
   {
@@ -148,14 +138,14 @@ TEST(Devices, RoundTripThroughEachDevice) {
     Archive in(fake_device(copy, 100), Archive::READ);
     expect_sample(in);
   }
-  std::remove(name.c_str());
 }
 
 // Reading and writing share one position, whichever the device.
 TEST(Devices, ReadThenOverwriteAtTheSamePosition) {
-  const std::string name = scratch_name("read_write");
-  std::ofstream(name, std::ios::binary) << std::string("\0\0\0\x01\0\0\0\x02\0\0\0\x03", 12);
-  MemoryDevice memory(file_bytes(name));
+  const ScratchDirectory dir;
+  const std::string name = dir.file("read_write");
+  dir.write("read_write", std::string("\0\0\0\x01\0\0\0\x02\0\0\0\x03", 12));
+  MemoryDevice memory(*dir.read("read_write"));
   const std::string want("\0\0\0\x01\0\0\0\x09\0\0\0\x03\0\0\0\x04", 16);
   for (const auto& [label, archive] :
        {std::pair("file", std::make_shared<Archive>(name, Archive::READ | Archive::WRITE)),
@@ -172,9 +162,8 @@ TEST(Devices, ReadThenOverwriteAtTheSamePosition) {
     archive->close();
     EXPECT_FALSE(archive->failed());
   }
-  EXPECT_EQ(file_bytes(name), want);
+  EXPECT_EQ(dir.read("read_write"), want);
   EXPECT_EQ(memory.take(), want);
-  std::remove(name.c_str());
 }
 
 TEST(Devices, MemoryDeviceReusedAfterClear) {
@@ -194,22 +183,15 @@ TEST(Devices, MemoryDeviceReusedAfterClear) {
 }
 
 TEST(Devices, FailuresAreRecordedNotThrown) {
-  const std::string missing = scratch_name("no_such_directory") + "/file.arc";
-  OpenOptions create;
-  create.write = true;
-  create.create = true;
-  try {
-    FileDevice device(missing, create);
-    ADD_FAILURE() << "opened a file in a missing directory";
-  } catch (const FileError& e) {
-    EXPECT_EQ(e.error(), ENOENT);
-  }
+  const ScratchDirectory dir;
+  const std::string missing = dir.file("no_such_directory/file.arc");
+  EXPECT_EQ(test::error_of([&] { FileDevice(missing, test::open_options("rwc")); }), ENOENT);
   EXPECT_THAT([&] { Archive(missing, Archive::WRITE); },
               ThrowsMessage<std::invalid_argument>("Archive::open: Couldn't open file: " + missing));
 
   // Read-only devices refuse a write at once, not at the next flush.
-  const std::string name = scratch_name("read_only");
-  std::ofstream(name, std::ios::binary) << "abcd";
+  const std::string name = dir.file("read_only");
+  dir.write("read_only", "abcd");
   const unsigned char bytes[] = {1, 2};
   MemoryDevice view(bytes, sizeof bytes);
   const std::function<void(Archive&)> open_file = [&](Archive& a) { a.open(name, Archive::READ); };
@@ -222,8 +204,7 @@ TEST(Devices, FailuresAreRecordedNotThrown) {
     EXPECT_TRUE(read_only.failed());
     EXPECT_EQ(read_only.last_error(), EBADF);
   }
-  EXPECT_EQ(file_bytes(name), "abcd");
-  std::remove(name.c_str());
+  EXPECT_EQ(dir.read("read_only"), "abcd");
 
   // A full disk shows only when the buffer is written out: at close.
   FakeDisk full;

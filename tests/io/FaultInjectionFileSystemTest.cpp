@@ -1,10 +1,10 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -19,21 +19,29 @@ namespace vorn {
 namespace {
 
 using test::error_of;
+using test::open_options;
 using test::ScratchDirectory;
 using Files = std::map<std::string, std::string>;  // name -> content
 
-OpenOptions creating() {
-  OpenOptions options;
-  options.write = true;
-  options.create = true;
-  return options;
-}
-
-void write_file(FileSystem& fs, const std::string& path, const std::string& bytes, bool sync) {
-  std::unique_ptr<File> file = fs.open(path, creating());
-  file->write_at(0, bytes.data(), bytes.size());
-  if (sync) file->sync();
-  file->close();
+// Runs a script of words on `fs` in `dir`: "o:f" opens f, creating it ("O:f" truncating it too), "a:<offset>:<text>"
+// writes at the offset, "t:<size>" truncates, "s" syncs, "c" closes; "m:a:b" renames a to b, "x:f" removes f and
+// "D" syncs the directory.
+void run(FileSystem& fs, const ScratchDirectory& dir, const std::string& script) {
+  std::unique_ptr<File> file;
+  std::istringstream words(script);
+  for (std::string w; words >> w;) {
+    std::vector<std::string> f;
+    std::istringstream fields(w);
+    for (std::string field; std::getline(fields, field, ':');) f.push_back(field);
+    if (f[0] == "o" || f[0] == "O") file = fs.open(dir.file(f[1]), open_options(f[0] == "o" ? "rwc" : "rwct"));
+    if (f[0] == "a") file->write_at(std::stoul(f[1]), f[2].data(), f[2].size());
+    if (f[0] == "t") file->truncate(std::stoul(f[1]));
+    if (f[0] == "s") file->sync();
+    if (f[0] == "c") file->close();
+    if (f[0] == "m") fs.rename(dir.file(f[1]), dir.file(f[2]));
+    if (f[0] == "x") fs.remove(dir.file(f[1]));
+    if (f[0] == "D") fs.sync_directory(dir.path());
+  }
 }
 
 // Every file of the directory with its content.
@@ -46,14 +54,9 @@ Files files_in(const ScratchDirectory& dir) {
 TEST(FaultInjectionFileSystem, CountsAndFailsTheKthOperation) {
   ScratchDirectory dir;
   const std::string a = dir.file("a");
-  const auto scenario = [&](FileSystem& fs) {
-    write_file(fs, a, "abc", true);             // open, write_at, sync, close
-    fs.rename(a, dir.file("b"));                // rename
-    fs.sync_directory(dir.path());              // sync_directory
-  };
   {
     FaultInjectionFileSystem counter;
-    scenario(counter);
+    run(counter, dir, "o:a a:0:abc s c m:a:b D");
     EXPECT_EQ(counter.operation_count(), 6u);
     EXPECT_EQ(counter.operation_log().at(1), "File::write_at " + a);
     EXPECT_EQ(counter.injected_failures(), 0u);
@@ -67,7 +70,7 @@ TEST(FaultInjectionFileSystem, CountsAndFailsTheKthOperation) {
     ScratchDirectory fresh;
     FaultInjectionFileSystem fs;
     fs.fail_operation(2, ENOSPC, c.repeat);
-    std::unique_ptr<File> file = fs.open(fresh.file("f"), creating());
+    std::unique_ptr<File> file = fs.open(fresh.file("f"), open_options("rwc"));
     EXPECT_EQ(error_of([&] { file->write_at(0, "x", 1); }), ENOSPC);
     EXPECT_EQ(fresh.read("f"), "");  // the failed write had no effect
     error_of([&] { file->size(); });
@@ -75,93 +78,47 @@ TEST(FaultInjectionFileSystem, CountsAndFailsTheKthOperation) {
   }
 }
 
-TEST(FaultInjectionFileSystem, CrashRefusesLaterOperations) {
+TEST(FaultInjectionFileSystem, CrashRefusesLaterOperationsUntilThePowerLoss) {
   ScratchDirectory dir;
   FaultInjectionFileSystem fs;
   fs.crash_after(1);
-  std::unique_ptr<File> file = fs.open(dir.file("f"), creating());
+  std::unique_ptr<File> file = fs.open(dir.file("f"), open_options("rwc"));
   EXPECT_FALSE(fs.crashed());
   EXPECT_EQ(error_of([&] { file->write_at(0, "x", 1); }), EIO);
   EXPECT_TRUE(fs.crashed());
+  fs.drop_unsynced();
+  EXPECT_FALSE(fs.crashed());  // the file system works again
+  EXPECT_EQ(error_of([&] { file->write_at(0, "x", 1); }), EIO);  // but files open at the power loss are gone
+  EXPECT_FALSE(dir.read("f").has_value());
 }
 
 TEST(FaultInjectionFileSystem, PowerLossKeepsOnlyWhatWasSynced) {
-  struct Case {
+  const struct {
     const char* name;
     Files before;
-    std::function<void(FileSystem&, const ScratchDirectory&)> run;
+    const char* script;
     Files after;
+  } cases[] = {
+      {"unsynced write lost", {{"f", "old"}}, "o:f a:0:NEW c", {{"f", "old"}}},
+      {"synced write kept", {{"f", "old"}}, "o:f a:0:NEW s c", {{"f", "NEW"}}},
+      {"write after the sync lost", {}, "o:f a:0:ab s D a:2:cd t:1", {{"f", "ab"}}},
+      {"create without directory sync lost", {}, "o:f a:0:x s c", {}},
+      {"created name synced, content not", {}, "o:f a:0:x c D", {{"f", ""}}},
+      {"rename without directory sync reverted", {{"a", "A"}, {"b", "B"}}, "m:a:b", {{"a", "A"}, {"b", "B"}}},
+      {"rename with directory sync kept", {{"a", "A"}, {"b", "B"}}, "m:a:b D", {{"b", "A"}}},
+      {"remove without directory sync undone", {{"f", "keep"}}, "x:f", {{"f", "keep"}}},
+      {"remove with directory sync done", {{"f", "keep"}}, "x:f D", {}},
+      {"truncating open undone", {{"f", "full"}}, "O:f c", {{"f", "full"}}},
   };
-  const Case cases[] = {
-      {"unsynced write lost", {{"f", "old"}},
-       [](FileSystem& fs, const ScratchDirectory& d) { write_file(fs, d.file("f"), "NEW", false); },
-       {{"f", "old"}}},
-      {"synced write kept", {{"f", "old"}},
-       [](FileSystem& fs, const ScratchDirectory& d) { write_file(fs, d.file("f"), "NEW", true); },
-       {{"f", "NEW"}}},
-      {"write after the sync lost", {},
-       [](FileSystem& fs, const ScratchDirectory& d) {
-         std::unique_ptr<File> file = fs.open(d.file("f"), creating());
-         file->write_at(0, "ab", 2);
-         file->sync();
-         fs.sync_directory(d.path());
-         file->write_at(2, "cd", 2);
-         file->truncate(1);
-       },
-       {{"f", "ab"}}},
-      {"create without directory sync lost", {},
-       [](FileSystem& fs, const ScratchDirectory& d) { write_file(fs, d.file("f"), "x", true); }, {}},
-      {"created name synced, content not", {},
-       [](FileSystem& fs, const ScratchDirectory& d) {
-         write_file(fs, d.file("f"), "x", false);
-         fs.sync_directory(d.path());
-       },
-       {{"f", ""}}},
-      {"rename without directory sync reverted", {{"a", "A"}, {"b", "B"}},
-       [](FileSystem& fs, const ScratchDirectory& d) { fs.rename(d.file("a"), d.file("b")); },
-       {{"a", "A"}, {"b", "B"}}},
-      {"rename with directory sync kept", {{"a", "A"}, {"b", "B"}},
-       [](FileSystem& fs, const ScratchDirectory& d) {
-         fs.rename(d.file("a"), d.file("b"));
-         fs.sync_directory(d.path());
-       },
-       {{"b", "A"}}},
-      {"remove without directory sync undone", {{"f", "keep"}},
-       [](FileSystem& fs, const ScratchDirectory& d) { fs.remove(d.file("f")); }, {{"f", "keep"}}},
-      {"remove with directory sync done", {{"f", "keep"}},
-       [](FileSystem& fs, const ScratchDirectory& d) {
-         fs.remove(d.file("f"));
-         fs.sync_directory(d.path());
-       },
-       {}},
-      {"truncating open undone", {{"f", "full"}},
-       [](FileSystem& fs, const ScratchDirectory& d) {
-         OpenOptions options = creating();
-         options.truncate = true;
-         fs.open(d.file("f"), options)->close();
-       },
-       {{"f", "full"}}},
-  };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     ScratchDirectory dir;
     for (const auto& [name, content] : c.before) dir.write(name, content);
     FaultInjectionFileSystem fs;
-    c.run(fs, dir);
+    run(fs, dir, c.script);
     fs.drop_unsynced();
     EXPECT_EQ(files_in(dir), c.after);
   }
-}
-
-TEST(FaultInjectionFileSystem, FilesOpenAtThePowerLossAreGone) {
-  ScratchDirectory dir;
-  FaultInjectionFileSystem fs;
-  std::unique_ptr<File> file = fs.open(dir.file("f"), creating());
-  fs.crash_after(fs.operation_count());
-  fs.drop_unsynced();
-  EXPECT_FALSE(fs.crashed());  // the file system works again
-  EXPECT_EQ(error_of([&] { file->write_at(0, "x", 1); }), EIO);
-  EXPECT_FALSE(dir.read("f").has_value());
 }
 
 // replace_file_atomically under every fault: the target holds its old bytes

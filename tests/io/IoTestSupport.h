@@ -29,6 +29,19 @@ inline int error_of(const std::function<void()>& action) {
   return 0;
 }
 
+// Open options from letters: r read, w write, c create, x exclusive,
+// t truncate; `beneath` as given.
+inline OpenOptions open_options(const std::string& modes, const std::string& beneath = "") {
+  OpenOptions options;
+  options.read = modes.find('r') != std::string::npos;
+  options.write = modes.find('w') != std::string::npos;
+  options.create = modes.find('c') != std::string::npos;
+  options.exclusive = modes.find('x') != std::string::npos;
+  options.truncate = modes.find('t') != std::string::npos;
+  options.beneath = beneath;
+  return options;
+}
+
 // A fresh directory under /tmp for one test, removed with everything in it
 // at the end of the scope.
 class ScratchDirectory {

@@ -19,14 +19,7 @@ namespace {
 using test::error_of;
 using test::ScratchDirectory;
 
-OpenOptions writing(bool create, bool exclusive) {
-  OpenOptions options;
-  options.read = false;
-  options.write = true;
-  options.create = create;
-  options.exclusive = exclusive;
-  return options;
-}
+using test::open_options;
 
 TEST(PosixFileSystem, RefusedOpens) {
   ScratchDirectory dir;
@@ -36,12 +29,12 @@ TEST(PosixFileSystem, RefusedOpens) {
   ::mkfifo(dir.file("fifo").c_str(), 0666);
   const struct { const char* name; std::string path; OpenOptions options; int error; } cases[] = {
       {"missing file", dir.file("missing"), OpenOptions(), ENOENT},
-      {"missing directory", dir.file("none/x"), writing(true, false), ENOENT},
+      {"missing directory", dir.file("none/x"), open_options("wc"), ENOENT},
       {"directory read", dir.file("sub"), OpenOptions(), EISDIR},
-      {"directory written", dir.file("sub"), writing(false, false), EISDIR},
+      {"directory written", dir.file("sub"), open_options("w"), EISDIR},
       {"fifo without a writer, not waited for", dir.file("fifo"), OpenOptions(), EINVAL},
-      {"fifo without a reader", dir.file("fifo"), writing(false, false), ENXIO},
-      {"exclusive create of an existing file", dir.file("present"), writing(true, true), EEXIST},
+      {"fifo without a reader", dir.file("fifo"), open_options("w"), ENXIO},
+      {"exclusive create of an existing file", dir.file("present"), open_options("wcx"), EEXIST},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -57,9 +50,7 @@ TEST(PosixFileSystem, RefusedOpens) {
 
 TEST(PosixFileSystem, FileReadsWritesAndCloses) {
   ScratchDirectory dir;
-  OpenOptions options = writing(true, false);
-  options.read = true;
-  std::unique_ptr<File> file = FileSystem::posix().open(dir.file("f"), options);
+  std::unique_ptr<File> file = FileSystem::posix().open(dir.file("f"), open_options("rwc"));
   file->write_at(0, "hello", 5);
   file->write_at(7, "!", 1);  // leaves a hole of two zero bytes
   char buffer[16] = {};

@@ -1,36 +1,18 @@
 #include <chrono>
 #include <climits>
 #include <cstdint>
-#include <cstdlib>
-#include <iostream>
-#include <limits>
 #include <stdexcept>
 #include <string>
-#include <thread>
 
 #include <gtest/gtest.h>
 
 #include "support/TestSupport.h"
 #include "vorn/time/Date.h"
-#include "vorn/time/ElapsedWallTimer.h"
-#include "vorn/time/WallTimer.h"
 
 namespace vorn {
 namespace {
 
 using testing::error_of;
-
-TEST(DateArithmetic, Tour) {
-  Date due = Date(30, 1, 2024) + 30;
-  EXPECT_EQ(due, Date(29, 2, 2024));
-  due -= 365;
-  EXPECT_EQ(due, Date(1, 3, 2023));
-  EXPECT_EQ(Date(29, 2, 2024) - due, 365);
-  EXPECT_EQ(due.weekday(), Weekday::wednesday);
-  EXPECT_EQ(due.to_iso_string(), "2023-03-01");
-  EXPECT_EQ(Date::from_iso("2024-02-29"), Date(29, 2, 2024));
-  EXPECT_EQ(due.days_since_epoch(), 19417);
-}
 
 TEST(DateArithmetic, StepsAcrossMonthYearAndLeapBoundaries) {
   const struct {
@@ -39,14 +21,12 @@ TEST(DateArithmetic, StepsAcrossMonthYearAndLeapBoundaries) {
     std::int64_t days;
     Date want;
   } cases[] = {
-      {"within a month", Date(5, 3, 2004), 10, Date(15, 3, 2004)},
       {"into the next month", Date(25, 1, 2023), 10, Date(4, 2, 2023)},
       {"onto a leap day", Date(28, 2, 2024), 1, Date(29, 2, 2024)},
       {"over February of a common year", Date(28, 2, 2023), 1, Date(1, 3, 2023)},
       {"century that is not a leap year", Date(28, 2, 1900), 1, Date(1, 3, 1900)},
       {"century that is a leap year", Date(28, 2, 2000), 1, Date(29, 2, 2000)},
       {"into the next year", Date(31, 12, 2004), 1, Date(1, 1, 2005)},
-      {"a whole leap year", Date(1, 1, 2024), 366, Date(1, 1, 2025)},
       {"back over the new year", Date(1, 1, 2005), -1, Date(31, 12, 2004)},
       {"back onto a leap day", Date(1, 3, 2024), -1, Date(29, 2, 2024)},
       {"back into year zero", Date(1, 1, 1), -1, Date(31, 12, 0)},
@@ -63,18 +43,6 @@ TEST(DateArithmetic, StepsAcrossMonthYearAndLeapBoundaries) {
     Date moved = c.from;
     moved += c.days;
     EXPECT_EQ(moved, c.want);
-  }
-}
-
-TEST(DateArithmetic, AddingDaysAgreesWithSteppingOneDayAtATime) {
-  const Date start(1, 1, 1896);
-  Date stepped = start;
-  for (std::int64_t n = 1; n <= 80000; ++n) {  // past 2114, over the 1900 and 2000 rules
-    ++stepped;
-    if (start + n != stepped) {
-      ADD_FAILURE() << "start + " << n << " is " << start + n << ", stepping gives " << stepped;
-      break;
-    }
   }
 }
 
@@ -236,35 +204,6 @@ TEST(DateArithmetic, ConvertsToAndFromSystemClockTimePoints) {
   EXPECT_EQ(Date::from_time_point(Date(29, 2, 2024).to_time_point()), Date(29, 2, 2024));
   EXPECT_EQ(error_of([] { Date(1, 1, 300000).to_time_point(); }),
             "Date::to_time_point: 1.1.300000 is outside what std::chrono::system_clock can hold");
-}
-
-TEST(WallTimer, MeasuresTheReadingsItIsGiven) {
-  const WallTimer::Clock::time_point start{};
-  const WallTimer timer(start);
-  EXPECT_DOUBLE_EQ(timer.duration(start + std::chrono::milliseconds(1500)), 1.5);
-  EXPECT_DOUBLE_EQ(timer.duration(start - std::chrono::seconds(2)), -2.0);
-}
-
-TEST(ElapsedWallTimer, PrintsTimeSpentWaitingAndNamesItsClock) {
-  const auto nap = [] { std::this_thread::sleep_for(std::chrono::milliseconds(60)); };
-  const auto timed = [&](const char* label, ElapsedTimer::OutputFormat format) {
-    testing::ScopedStreamCapture capture(std::cout);
-    {
-      ElapsedWallTimer timer(label, format);
-      nap();
-    }
-    return capture.text();
-  };
-  const std::string verbose = timed("nap", ElapsedTimer::verbose);
-  const std::string prefix = "Elapsed wall-clock time for 'nap' = ";
-  ASSERT_EQ(verbose.rfind(prefix, 0), 0u) << verbose;
-  EXPECT_GE(std::strtod(verbose.c_str() + prefix.size(), nullptr), 0.05);
-  EXPECT_EQ(verbose.substr(verbose.size() - 10), " seconds.\n");
-
-  const std::string tabbed = timed("nap", ElapsedTimer::tab_separated);
-  ASSERT_EQ(tabbed.rfind("nap\t", 0), 0u) << tabbed;
-  EXPECT_GE(std::strtod(tabbed.c_str() + 4, nullptr), 0.05);
-  EXPECT_EQ(timed("quiet", static_cast<ElapsedTimer::OutputFormat>(2)), "");
 }
 
 }  // namespace

@@ -19,7 +19,9 @@
 #include "vorn/persistence/Archive.h"
 #include "vorn/time/Date.h"
 #include "vorn/time/ElapsedTimer.h"
+#include "vorn/time/ElapsedWallTimer.h"
 #include "vorn/time/Timer.h"
+#include "vorn/time/WallTimer.h"
 
 namespace vorn {
 namespace {
@@ -80,10 +82,10 @@ TEST(Date, StepsThroughTheGregorianCalendarOverCenturies) {
                                        day_number(Date(1, 1, 1))}),
             (std::vector<std::int64_t>{0, 11017, -719162}));
 
-  // Year -800 to 2400, forward and back: every step moves one day in the
+  // Year -400 to 2400, forward and back: every step moves one day in the
   // independent count and keeps the date valid; consecutive dates differing
   // in the day, the month or the year compare in that order.
-  const Date first(1, 1, -800), last(31, 12, 2400);
+  const Date first(1, 1, -400), last(31, 12, 2400);
   const std::int64_t span = day_number(last) - day_number(first);
   Date date = first;
   for (std::int64_t i = 1; i <= span; ++i) {
@@ -180,12 +182,12 @@ TEST(Timer, DurationIsTakenInThirtyTwoBitArithmetic) {
   }
 }
 
-// The line an ElapsedTimer printed over `body`.
-template <class Body>
+// The line a timer of type `T` printed over `body`.
+template <class T = ElapsedTimer, class Body>
 std::string timed(const char* label, ElapsedTimer::OutputFormat format, Body body) {
   testing::ScopedStreamCapture capture(std::cout);
   {
-    ElapsedTimer timer(label, format);
+    T timer(label, format);
     body();
   }
   return capture.text();
@@ -213,6 +215,22 @@ TEST(ElapsedTimer, PrintsProcessorTimeOnly) {
   EXPECT_GE(seconds_in(timed("fit peaks", ElapsedTimer::tab_separated, burn), "fit peaks\t", "\n"), 0.05);
   EXPECT_LT(seconds_in(timed("idle", ElapsedTimer::tab_separated, sleep), "idle\t", "\n"), 0.3);
   EXPECT_EQ(timed("quiet", static_cast<ElapsedTimer::OutputFormat>(2), [] {}), "");
+}
+
+TEST(ElapsedWallTimer, PrintsTimeSpentWaiting) {
+  const auto nap = [] { std::this_thread::sleep_for(std::chrono::milliseconds(60)); };
+  EXPECT_GE(seconds_in(timed<ElapsedWallTimer>("nap", ElapsedTimer::verbose, nap),
+                       "Elapsed wall-clock time for 'nap' = ", " seconds.\n"),
+            0.05);
+  EXPECT_GE(seconds_in(timed<ElapsedWallTimer>("nap", ElapsedTimer::tab_separated, nap), "nap\t", "\n"), 0.05);
+  EXPECT_EQ(timed<ElapsedWallTimer>("quiet", static_cast<ElapsedTimer::OutputFormat>(2), [] {}), "");
+}
+
+TEST(WallTimer, MeasuresTheReadingsItIsGiven) {
+  const WallTimer::Clock::time_point start{};
+  const WallTimer timer(start);
+  EXPECT_DOUBLE_EQ(timer.duration(start + std::chrono::milliseconds(1500)), 1.5);
+  EXPECT_DOUBLE_EQ(timer.duration(start - std::chrono::seconds(2)), -2.0);
 }
 
 }  // namespace

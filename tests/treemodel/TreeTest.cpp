@@ -88,39 +88,17 @@ TEST(Tree, WalksQueriesAndStandardIterators) {
             (std::vector<std::string>{"B", "A2", "A1", "A"}));
   EXPECT_EQ(std::vector<std::string>(std::make_reverse_iterator(a.end()), std::make_reverse_iterator(a.begin())),
             (std::vector<std::string>{"A2", "A1"}));
-  struct Count {
-    const char* name;
-    std::size_t got;
-    std::size_t want;
-  };
-  const Count counts[] = {
-      {"items in the tree", tree.size(), 4},
-      {"depth of A1", static_cast<std::size_t>(StringTree::depth(a1)), 1},
-      {"children of A", a.number_of_children(), 2},
-      {"children of the leaf A1", a1.number_of_children(), 0},
-  };
-  for (const Count& c : counts) {
-    SCOPED_TRACE(c.name);
-    EXPECT_EQ(c.got, c.want);
-  }
+  EXPECT_EQ(tree.size(), 4u);
+  EXPECT_EQ(StringTree::depth(a1), 1);
+  EXPECT_EQ(a.number_of_children(), 2u);
+  EXPECT_EQ(a1.number_of_children(), 0u);
   EXPECT_EQ(StringTree::next_sibling(std::prev(tree.end())), tree.end());
   EXPECT_EQ(*a.begin().range_last(), "A2");
   EXPECT_EQ(*tree.top_level_begin().range_last(), "B");
-  struct Validity {
-    const char* name;
-    bool got;
-    bool want;
-  };
-  const Validity validity[] = {
-      {"an item", tree.is_valid(a1), true},
-      {"the end sentinel", tree.is_valid(tree.end()), false},
-      {"the sentinel before the first item", tree.is_valid(std::prev(tree.begin())), false},
-      {"the end of a child list", tree.is_valid(a1.end()), false},
-  };
-  for (const Validity& v : validity) {
-    SCOPED_TRACE(v.name);
-    EXPECT_EQ(v.got, v.want);
-  }
+  EXPECT_TRUE(tree.is_valid(a1));
+  EXPECT_FALSE(tree.is_valid(tree.end()));
+  EXPECT_FALSE(tree.is_valid(std::prev(tree.begin())));  // the sentinel before the first item
+  EXPECT_FALSE(tree.is_valid(a1.end()));
   a.skip_children();
   EXPECT_EQ(*++a, "B");
   auto it = std::next(source().begin());  // A1 of the source, then A2: the flag lasts one step

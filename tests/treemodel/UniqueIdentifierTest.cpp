@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <functional>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -57,140 +58,107 @@ struct Recorder {
     }
     given.push_back(added->identifier().text());
   }
-  void insert(const std::string& id, int times = 1) {
-    for (int i = 0; i < times; ++i) add(item(id));
-  }
-  void append_child(const std::string& parent, const std::string& id, int times = 1, bool after_first = false) {
-    for (int i = 0; i < times; ++i) add(item(id), parent, after_first);
+
+  // Runs a script of words: "a" inserts a at the top level, "p/a" appends it under p, "p>a" inserts it after p's
+  // first child, each N times with "*N"; "-a" removes a, "a=b" renames a to b behind the model's back, "sort" sorts
+  // the top level; "!a" inserts a unchecked, "~a" an item renamed to a before the insertion, "&a" one item twice.
+  void run(const std::string& script) {
+    std::istringstream words(script);
+    for (std::string w; words >> w;) {
+      const std::size_t star = w.find('*');
+      const int times = star == std::string::npos ? 1 : std::stoi(w.substr(star + 1));
+      w = w.substr(0, star);
+      const std::size_t rename = w.find('='), parent = w.find_first_of("/>");
+      if (w == "sort") {
+        model.sort(model.top_level_begin(), model.top_level_end(), false);
+      } else if (w[0] == '-') {
+        model.remove(at(model, w.substr(1)));
+      } else if (rename != std::string::npos) {
+        (*at(model, w.substr(0, rename)))->set_identifier(DatabaseEntryIdentifier(w.substr(rename + 1)));
+      } else if (w[0] == '!') {
+        model.set_duplicate_checking(false);
+        model.insert(item(w.substr(1)));
+        model.set_duplicate_checking(true);
+      } else if (w[0] == '~') {
+        const Item renamed = item("new");
+        renamed->set_identifier(DatabaseEntryIdentifier(w.substr(1)));
+        add(renamed);
+      } else if (w[0] == '&') {
+        const Item twice = item(w.substr(1));
+        add(twice);
+        add(twice);  // renames a sibling: the item gets a suffix in both places
+      } else {
+        for (int i = 0; i < times; ++i) {
+          if (parent == std::string::npos) add(item(w));
+          if (parent != std::string::npos) add(item(w.substr(parent + 1)), w.substr(0, parent), w[parent] == '>');
+        }
+      }
+    }
   }
 };
+
+std::string repeat(const std::string& text, int times) {
+  std::string out;
+  for (int i = 0; i < times; ++i) out += text;
+  return out;
+}
 
 TEST(UniqueIdentifier, ManyInsertionsGiveThePlainAlgorithmsIdentifiers) {
   struct Case {
     const char* name;
-    std::function<void(Recorder&)> run;
+    std::string script;
+    std::function<void(Recorder&)> then = nullptr;
   };
   const Case cases[] = {
-      {"one identifier at the top level", [](Recorder& r) { r.insert("peak", 150); }},
-      {"one identifier under one parent",
+      {"one identifier at the top level", "peak*120"},
+      {"after the first child", "p p/x p>x*40"},
+      {"two parents in turn", "p q " + repeat("p/a q/a ", 30)},
+      {"removed siblings free their suffixes", "a*30 -a_7 -a -a_20 a*5"},
+      {"identifiers changed behind the model's back", "a*20 a_3=b a*2 a_5=a_25 a*4 b=a_26 a*3"},
+      {"items loaded unchecked, then renamed", "!a !a_1 !a_2 !a_3 a*3 a_2=z a*2"},
+      {"items renamed before they are inserted", "a*5 ~a ~a_7 ~a ~a_5 ~a"},
+      {"one item inserted twice", "a*3 &b b*2 a*2"},
+      {"sorted between insertions", "a*15 sort a*5"},
+      {"siblings added by append_children and merge", "src src/a*5 p p/a*2",
        [](Recorder& r) {
-         r.insert("p");
-         r.append_child("p", "peak", 150);
-       }},
-      {"after the first child",
-       [](Recorder& r) {
-         r.insert("p");
-         r.append_child("p", "x");
-         r.append_child("p", "x", 40, true);
-       }},
-      {"two parents in turn",
-       [](Recorder& r) {
-         r.insert("p");
-         r.insert("q");
-         for (int i = 0; i < 30; ++i) {
-           r.append_child("p", "a");
-           r.append_child("q", "a");
-         }
-       }},
-      {"removed siblings free their suffixes",
-       [](Recorder& r) {
-         r.insert("a", 30);
-         r.model.remove(at(r.model, "a_7"));
-         r.model.remove(at(r.model, "a"));
-         r.model.remove(at(r.model, "a_20"));
-         r.insert("a", 5);
-       }},
-      {"identifiers changed behind the model's back",
-       [](Recorder& r) {
-         r.insert("a", 20);
-         (*at(r.model, "a_3"))->set_identifier(DatabaseEntryIdentifier("b"));
-         r.insert("a", 2);
-         (*at(r.model, "a_5"))->set_identifier(DatabaseEntryIdentifier("a_25"));
-         r.insert("a", 4);
-         (*at(r.model, "b"))->set_identifier(DatabaseEntryIdentifier("a_26"));
-         r.insert("a", 3);
-       }},
-      {"items loaded unchecked, then renamed",
-       [](Recorder& r) {
-         r.model.set_duplicate_checking(false);
-         for (const char* id : {"a", "a_1", "a_2", "a_3"}) r.model.insert(item(id));
-         r.model.set_duplicate_checking(true);
-         r.insert("a", 3);
-         (*at(r.model, "a_2"))->set_identifier(DatabaseEntryIdentifier("z"));
-         r.insert("a", 2);
-       }},
-      {"items renamed before they are inserted",
-       [](Recorder& r) {
-         r.insert("a", 5);
-         for (const char* id : {"a", "a_7", "a", "a_5", "a"}) {
-           const Item renamed = item("new");
-           renamed->set_identifier(DatabaseEntryIdentifier(id));
-           r.add(renamed);
-         }
-       }},
-      {"one item inserted twice",
-       [](Recorder& r) {
-         r.insert("a", 3);
-         const Item twice = item("b");
-         r.add(twice);
-         r.add(twice);  // renames a sibling: b becomes b_1 in both places
-         r.insert("b", 2);
-         r.insert("a", 2);
-       }},
-      {"sorted between insertions",
-       [](Recorder& r) {
-         r.insert("a", 15);
-         r.model.sort(r.model.top_level_begin(), r.model.top_level_end(), false);
-         r.insert("a", 5);
-       }},
-      {"siblings added by append_children and merge",
-       [](Recorder& r) {
-         r.insert("src");
-         r.append_child("src", "a", 5);
-         r.insert("p");
-         r.append_child("p", "a", 2);
          const Position src = at(r.model, "src");
          const Position p = at(r.model, "p");
          r.model.append_children(p, src.begin(), src.end());  // a, a_1 again, then a_2..a_4: unchecked
-         r.append_child("p", "a", 3);
-         const Item extra = item("a_9");
+         r.run("p/a*3");
          r.model.set_duplicate_checking(false);
-         r.model.append_child(p, extra);
+         r.model.append_child(p, item("a_9"));
          r.model.set_duplicate_checking(true);
-         r.append_child("p", "a", 4);
+         r.run("p/a*4");
          Siblings from = src.begin();
          r.model.merge(p.begin(), p.end(), from, std::next(from), true);  // a matches itself: a leaf duplicate
-         r.append_child("p", "a", 2);
+         r.run("p/a*2");
        }},
-      {"a clone and its source, sharing items",
+      {"a clone and its source, sharing items", "a*10",
        [](Recorder& r) {
-         r.insert("a", 10);
          const THandle<TreeModel> clone = r.model.clone();
          Recorder c{*clone, {}, {}};
-         c.insert("a", 3);
-         r.insert("a", 5);
-         (*at(r.model, "a_2"))->set_identifier(DatabaseEntryIdentifier("shared"));  // in both models
-         c.insert("a", 2);
-         r.insert("a", 2);
+         c.run("a*3");
+         r.run("a*5 a_2=shared");  // renamed in both models
+         c.run("a*2");
+         r.run("a*2");
          r.given.insert(r.given.end(), c.given.begin(), c.given.end());
          r.expected.insert(r.expected.end(), c.expected.begin(), c.expected.end());
        }},
-      {"grafted branches",
+      {"grafted branches", "r r/x*3",
        [](Recorder& r) {
-         r.insert("r");
-         r.append_child("r", "x", 3);
          TreeModel other;
          const Position root = other.insert(item("r"));
          other.append_child(other.append_child(root, item("x_4")), item("y"));
          r.model.merge_branch(TreeModelBranch(std::prev(other.end())));
-         r.append_child("r", "x", 3);
+         r.run("r/x*3");
        }},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     TreeModel model;
     Recorder recorder{model, {}, {}};
-    c.run(recorder);
+    recorder.run(c.script);
+    if (c.then) c.then(recorder);
     EXPECT_EQ(recorder.given, recorder.expected);
   }
 }
@@ -200,7 +168,7 @@ TEST(UniqueIdentifier, ManyInsertionsGiveThePlainAlgorithmsIdentifiers) {
 TEST(UniqueIdentifier, ArbitraryRangesAreSearchedAsGiven) {
   TreeModel model;
   Recorder r{model, {}, {}};
-  r.insert("a", 8);  // top level: a_7, a_6, ..., a_1, a
+  r.run("a*8");  // top level: a_7, a_6, ..., a_1, a
   struct Case {
     const char* name;
     int from;
