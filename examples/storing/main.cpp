@@ -1,8 +1,11 @@
 // Storing your own classes: the program behind docs/storing-classes.md, run
 // by CTest so that the guide stays true. A Sample is written to an archive
-// file and to JSON, a Measurement with a polymorphic member goes through
+// file, to an entry database and to JSON, a Measurement with a polymorphic member goes through
 // JSON, later versions of Sample read a file written by the first, and a
 // class version tells old blocks from new.
+#include <stdlib.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <iostream>
 #include <sstream>
@@ -174,6 +177,23 @@ void in_an_archive_file(const Sample& sample) {
   std::cout << "archive file: read back '" << back.name << "' with " << back.values.size() << " values\n";
 }
 
+void in_a_database(const Sample& sample) {
+  using Entry = vorn::DatabaseEntry<Sample>;
+  char pattern[] = "/tmp/vorn_storing_XXXXXX";
+  const char* directory = ::mkdtemp(pattern);
+  check(directory != nullptr, "a scratch directory");
+  {
+    vorn::ArchiveDatabase<Entry> db(directory, "samples", vorn::Archive::READ | vorn::Archive::WRITE);
+    db.append(vorn::make_handle<Entry>(vorn::DatabaseEntryIdentifier("S1"), vorn::make_handle<Sample>(sample)));
+    const vorn::THandle<Entry> entry = db.entry(vorn::DatabaseEntryIdentifier("S1"));
+    check(entry->data()->values == sample.values, "database round trip");
+    std::cout << "database: entry S1 holds '" << entry->data()->name << "'\n";
+  }
+  vorn::ArchiveDatabase<Entry>::delete_database_files(directory, "samples");
+  std::remove((std::string(directory) + "/samples.lock").c_str());
+  ::rmdir(directory);
+}
+
 std::string in_json(const Sample& sample) {
   std::ostringstream text;
   vorn::JsonWriteStream out(text, {/*indent=*/true});
@@ -206,6 +226,19 @@ void with_a_polymorphic_member(const Sample& sample) {
   stream.read("measurement", back);
   check(std::string(back.calibration->class_name()) == "ScaleCalibration", "re-created by class name");
   check(back.calibration->apply(2) == 5, "calibration restored");
+
+  // The typed archive streams store the class name with the value.
+  {
+    vorn::Archive file("example_storing.arc", vorn::Archive::WRITE);
+    vorn::TypedArchiveWriteStream(file).write("measurement", measurement);
+  }
+  {
+    vorn::Archive in("example_storing.arc", vorn::Archive::READ);
+    Measurement typed;
+    vorn::TypedArchiveReadStream(in).read("measurement", typed);
+    check(typed.calibration->apply(2) == 5, "typed archive round trip");
+    std::cout << "typed archive: re-created " << typed.calibration->class_name() << '\n';
+  }
 
   // The plain archive streams are positional and store no class names.
   try {
@@ -255,6 +288,7 @@ int main(int argc, char** argv) {
   try {
     const Sample sample{"blank", {0.5, 1.25, 2}};
     in_an_archive_file(sample);
+    in_a_database(sample);
     const std::string json = in_json(sample);
     with_a_polymorphic_member(sample);
     evolving(json);
