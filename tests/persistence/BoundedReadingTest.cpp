@@ -72,6 +72,32 @@ TEST(BoundedReading, CountsOfEmptyItemsAreCappedBeyondTheBytesLeft) {
   }
 }
 
+// The writer refuses the count the reader would refuse, and nothing less.
+TEST(BoundedReading, WritersRefuseCountsOfEmptyItemsThatReadersRefuse) {
+  const std::size_t cap = ArchiveReadStream::maximum_unsized_items;
+  const auto write = [](std::size_t count) {
+    MemoryDevice memory;
+    Archive archive(memory, Archive::WRITE);
+    ArchiveWriteStream(archive).write("v", std::vector<Empty>(count));
+    archive.close();
+    return memory.take();
+  };
+  const std::string at_cap = write(cap);
+  MemoryDevice memory(at_cap.data(), at_cap.size());
+  Archive archive(memory, Archive::READ);
+  std::vector<Empty> back;
+  ArchiveReadStream(archive).read("v", back);
+  EXPECT_EQ(back.size(), cap);
+  try {
+    write(cap + 1);
+    ADD_FAILURE() << "one item above the cap was written";
+  } catch (const std::length_error& e) {
+    EXPECT_STREQ(e.what(),
+                 "ArchiveWriteStream::write: container 'v' has 1048577 items in 0 bytes, more than a reader "
+                 "accepts (the bytes plus 1048576)");
+  }
+}
+
 struct Link {
   THandle<Link> next;
   void write(const char* tag, PersistentWriteStream& s) const {

@@ -137,6 +137,10 @@ class VORN_API Archive {
   // what this archive has written itself. 0 when closed.
   std::uint64_t bytes_remaining() const noexcept { return size_ > position_ ? size_ - position_ : 0; }
 
+  // The bytes before the current position: how many this archive has read or
+  // written since it was opened, for a new file.
+  std::uint64_t position() const noexcept { return position_; }
+
   Archive& operator<<(char value);
   Archive& operator<<(signed char value);
   Archive& operator<<(unsigned char value);

@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <type_traits>
 
+#include "vorn/persistence/ArchiveReadStream.h"
 #include "vorn/persistence/detail/Coding.h"
 
 namespace vorn {
@@ -89,6 +90,15 @@ void ArchiveWriteStream::write_array(const char* tag, const long* values, std::s
 void ArchiveWriteStream::write_array(const char* tag, const unsigned long* values, std::size_t count) {
   check_archived_longs(tag, values, count);
   archive_.write_array(values, count);
+}
+
+void ArchiveWriteStream::check_unsized_items_written(const char* tag, std::size_t count, std::uint64_t item_bytes) {
+  if (count <= item_bytes + ArchiveReadStream::maximum_unsized_items) return;
+  std::ostringstream message;
+  message << "ArchiveWriteStream::write: container '" << tag << "' has " << count << " items in " << item_bytes
+          << " bytes, more than a reader accepts (the bytes plus " << ArchiveReadStream::maximum_unsized_items
+          << ")";
+  throw std::length_error(message.str());
 }
 
 }  // namespace vorn

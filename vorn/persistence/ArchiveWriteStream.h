@@ -63,6 +63,12 @@ class VORN_API ArchiveWriteStream : public PersistentWriteStream {
   void begin_block(const char* tag, const char* type_name) override;
   void end_block() override;
 
+  // Refuses (std::length_error) a container of items that may encode to
+  // nothing when its count exceeds the bytes they took plus
+  // ArchiveReadStream::maximum_unsized_items: the reader would refuse it.
+  void check_unsized_items_written(const char* tag, std::size_t count, std::uint64_t item_bytes) override;
+  std::uint64_t bytes_written() const override { return archive_.position(); }
+
   void write_array(const char* tag, const char* values, std::size_t count) override;
   void write_array(const char* tag, const signed char* values, std::size_t count) override;
   void write_array(const char* tag, const unsigned char* values, std::size_t count) override;

@@ -131,6 +131,12 @@ void write_container(const char* tag, Iterator first, Iterator last, std::size_t
       }
     }
     if (n != 0) stream.write_array("item", buffer, n);
+  } else if constexpr (detail::MinimumEncodedBytes<Value>::value == 0) {
+    // Items that may encode to nothing: the reader bounds their count by the
+    // bytes they took, so the stream checks the count against them.
+    const std::uint64_t before = stream.bytes_written();
+    for (; first != last; ++first) stream.write("item", *first);
+    stream.check_unsized_items_written(tag, count, stream.bytes_written() - before);
   } else {
     for (; first != last; ++first) stream.write("item", *first);
   }

@@ -57,4 +57,6 @@ VORN_DEFAULT_WRITE_ARRAY(long double)
 
 #undef VORN_DEFAULT_WRITE_ARRAY
 
+void PersistentWriteStream::check_unsized_items_written(const char*, std::size_t, std::uint64_t) {}
+
 }  // namespace vorn

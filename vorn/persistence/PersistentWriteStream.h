@@ -37,6 +37,7 @@
 #define VORN_PERSISTENCE_PERSISTENTWRITESTREAM_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <string>
 #include <type_traits>
@@ -125,6 +126,15 @@ class VORN_API PersistentWriteStream {
   // and opens the block as above; streams that store versions override it.
   virtual void begin_block(const char* tag, const char* type_name, unsigned int version);
   virtual void end_block() = 0;
+
+  // Called after the items of a container whose items may encode to no
+  // bytes at all, with how many bytes they took (bytes_written() before and
+  // after), so that a stream whose reader bounds such counts by the bytes
+  // left can refuse what that reader would refuse. The default accepts.
+  virtual void check_unsized_items_written(const char* tag, std::size_t count, std::uint64_t item_bytes);
+  // The bytes written so far, for check_unsized_items_written; 0 for a
+  // stream that does not count them.
+  virtual std::uint64_t bytes_written() const { return 0; }
 
   // Called when a polymorphic handle's object is written for the first
   // time, just before its "value" block, with its registered class name, so
