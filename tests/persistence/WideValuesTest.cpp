@@ -63,22 +63,32 @@ TEST(ArchivedLong, ValuesBeyondThirtyTwoBitsAreRefusedBeforeAnythingIsWritten) {
     std::function<void(PersistentWriteStream&)> write;
     const char* error;
   };
-  const Row rows[] = {
-      {"largest int32 long", [](PersistentWriteStream& s) { s.write("n", 2147483647L); }, ""},
-      {"smallest int32 long", [](PersistentWriteStream& s) { s.write("n", -2147483648L); }, ""},
-      {"long one above", [](PersistentWriteStream& s) { s.write("n", 2147483648L); },
-       "ArchiveWriteStream::write: long value 2147483648 of 'n' does not fit in 4 bytes"},
-      {"long one below", [](PersistentWriteStream& s) { s.write("n", -2147483649L); },
-       "ArchiveWriteStream::write: long value -2147483649 of 'n' does not fit in 4 bytes"},
-      {"largest uint32 unsigned long", [](PersistentWriteStream& s) { s.write("u", 4294967295UL); }, ""},
-      {"unsigned long one above", [](PersistentWriteStream& s) { s.write("u", 4294967296UL); },
-       "ArchiveWriteStream::write: unsigned long value 4294967296 of 'u' does not fit in 4 bytes"},
-      {"nanosecond timestamp", [](PersistentWriteStream& s) { s.write("t", 1763800000123456789L); },
-       "ArchiveWriteStream::write: long value 1763800000123456789 of 't' does not fit in 4 bytes"},
-      {"vector<long> holding 2^40",
-       [](PersistentWriteStream& s) { s.write("xs", std::vector<long>{1, 1L << 40}); },
-       "ArchiveWriteStream::write: long value 1099511627776 of 'item' does not fit in 4 bytes"},
+  // The value of a long, made at run time, so that rows that exist only where
+  // long has 64 bits compile everywhere.
+  const auto as_long = [](long long value) { return static_cast<long>(value); };
+  const auto as_ulong = [](unsigned long long value) { return static_cast<unsigned long>(value); };
+  std::vector<Row> rows = {
+      {"largest int32 long", [&](PersistentWriteStream& s) { s.write("n", as_long(2147483647LL)); }, ""},
+      {"smallest int32 long", [&](PersistentWriteStream& s) { s.write("n", as_long(-2147483648LL)); }, ""},
+      {"largest uint32 unsigned long", [&](PersistentWriteStream& s) { s.write("u", as_ulong(4294967295ULL)); },
+       ""},
   };
+  if constexpr (sizeof(long) > 4) {  // only a 64-bit long holds what 4 bytes cannot
+    rows.insert(rows.end(), {
+        {"long one above", [&](PersistentWriteStream& s) { s.write("n", as_long(2147483648LL)); },
+         "ArchiveWriteStream::write: long value 2147483648 of 'n' does not fit in 4 bytes"},
+        {"long one below", [&](PersistentWriteStream& s) { s.write("n", as_long(-2147483649LL)); },
+         "ArchiveWriteStream::write: long value -2147483649 of 'n' does not fit in 4 bytes"},
+        {"unsigned long one above", [&](PersistentWriteStream& s) { s.write("u", as_ulong(4294967296ULL)); },
+         "ArchiveWriteStream::write: unsigned long value 4294967296 of 'u' does not fit in 4 bytes"},
+        {"nanosecond timestamp", [&](PersistentWriteStream& s) { s.write("t", as_long(1763800000123456789LL)); },
+         "ArchiveWriteStream::write: long value 1763800000123456789 of 't' does not fit in 4 bytes"},
+        {"vector<long> holding 2^40",
+         [&](PersistentWriteStream& s) { s.write("xs", std::vector<long>{1, as_long(1LL << 40)}); },
+         "ArchiveWriteStream::write: long value 1099511627776 of 'item' does not fit in 4 bytes"},
+    });
+  }
+
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     const Written written = write_stream(row.write);
