@@ -109,13 +109,15 @@ TEST(ArchivedLong, TheArchiveRefusesWithTheValue) {
     std::function<void()> write;
     const char* error;
   };
+  // Where long has 32 bits every value fits, and all of them are written.
+  constexpr bool wide = sizeof(long) > 4;
   const Row rows[] = {
       {"operator<< long", [&] { archive << LONG_MIN; },
-       "Archive::operator<<: long value -9223372036854775808 does not fit in 4 bytes"},
+       wide ? "Archive::operator<<: long value -9223372036854775808 does not fit in 4 bytes" : ""},
       {"operator<< unsigned long", [&] { archive << ULONG_MAX; },
-       "Archive::operator<<: unsigned long value 18446744073709551615 does not fit in 4 bytes"},
+       wide ? "Archive::operator<<: unsigned long value 18446744073709551615 does not fit in 4 bytes" : ""},
       {"write_array", [&] { archive.write_array(values, 2); },
-       "Archive::operator<<: long value 9223372036854775807 does not fit in 4 bytes"},
+       wide ? "Archive::operator<<: long value 9223372036854775807 does not fit in 4 bytes" : ""},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
@@ -128,7 +130,7 @@ TEST(ArchivedLong, TheArchiveRefusesWithTheValue) {
     EXPECT_EQ(error, row.error);
   }
   archive.close();
-  EXPECT_EQ(memory.take(), "");
+  EXPECT_EQ(memory.take(), wide ? std::string() : std::string("\x80\0\0\0\xFF\xFF\xFF\xFF\0\0\0\x05\x7F\xFF\xFF\xFF", 16));
 }
 
 TEST(WideIntegers, EightBytesBigEndianAndBack) {
