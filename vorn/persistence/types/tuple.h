@@ -28,14 +28,14 @@ struct MinimumEncodedBytes<std::tuple<Ts...>>
 template <class... Ts>
 void write_persistent_value(const char* tag, const std::tuple<Ts...>& value, PersistentWriteStream& stream) {
   PersistentWriteStream::Block block(stream, tag, "Tuple");
-  std::apply([&stream](const Ts&... items) { (stream.write("item", items), ...); }, value);
+  std::apply([&](const Ts&... items) { (stream.write("item", items), ...); }, value);
 }
 
 template <class... Ts>
 void read_persistent_value(const char* tag, std::tuple<Ts...>& value, PersistentReadStreamPresence presence,
                            PersistentReadStream& stream) {
   PersistentReadStream::Block block(stream, tag, "Tuple", presence);
-  std::apply([&stream](Ts&... items) { (stream.read("item", items, ITEM_REQUIRED), ...); }, value);
+  std::apply([&](Ts&... items) { (stream.read("item", items, ITEM_REQUIRED), ...); }, value);
 }
 
 }  // namespace vorn
