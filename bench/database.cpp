@@ -41,13 +41,15 @@ using vorn::THandle;
 using Entry = vorn::DatabaseEntry<std::string>;
 using Db = vorn::ArchiveDatabase<Entry>;
 
+// A fresh directory under $`variable` (else `fallback`), removed with
+// everything in it at the end of the scope.
 class ScratchDirectory {
  public:
-  // Under $TMPDIR (default /tmp): point it at a tmpfs to take the disk out
-  // of the comparison.
-  ScratchDirectory() {
-    const char* base = std::getenv("TMPDIR");
-    std::string name = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/vorn_bench_db_XXXXXX";
+  // By default under $TMPDIR (default /tmp): point it at a tmpfs to take the
+  // disk out of the comparison.
+  explicit ScratchDirectory(const char* variable = "TMPDIR", const char* fallback = "/tmp") {
+    const char* base = std::getenv(variable);
+    std::string name = std::string(base != nullptr && *base != '\0' ? base : fallback) + "/vorn_bench_db_XXXXXX";
     if (::mkdtemp(name.data()) == nullptr) std::abort();
     path_ = name;
   }
@@ -155,24 +157,9 @@ BENCHMARK(BM_AppendSqlite)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 // On the disk itself: $VORN_BENCH_DIR, else the current directory (the build
 // tree), never a memory file system by default.
-class DiskDirectory {
+class DiskDirectory : public ScratchDirectory {
  public:
-  DiskDirectory() {
-    const char* base = std::getenv("VORN_BENCH_DIR");
-    std::string name = std::string(base != nullptr && *base != '\0' ? base : ".") + "/vorn_bench_disk_XXXXXX";
-    if (::mkdtemp(name.data()) == nullptr) std::abort();
-    path_ = name;
-  }
-  ~DiskDirectory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  DiskDirectory(const DiskDirectory&) = delete;
-  DiskDirectory& operator=(const DiskDirectory&) = delete;
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
+  DiskDirectory() : ScratchDirectory("VORN_BENCH_DIR", ".") {}
 };
 
 const std::size_t disk_count = vorn::bench::problem_size(10000, 100);

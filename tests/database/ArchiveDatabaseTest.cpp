@@ -35,9 +35,7 @@ using Id = DatabaseEntryIdentifier;
 
 using test::TempDirectory;
 
-THandle<Entry> make_entry(const std::string& id, const std::string& data) {
-  return THandle<Entry>(new Entry(Id(id), THandle<std::string>(new std::string(data))));
-}
+using test::make_entry;
 
 template <class E = database_error>
 std::string what_of(const std::function<void()>& f) {

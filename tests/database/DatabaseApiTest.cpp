@@ -26,9 +26,7 @@ using Id = DatabaseEntryIdentifier;
 using test::TempDirectory;
 using testing::error_of;
 
-THandle<Entry> make_entry(const std::string& id, const std::string& data) {
-  return THandle<Entry>(new Entry(Id(id), THandle<std::string>(new std::string(data))));
-}
+using test::make_entry;
 
 std::string replace_all(std::string text, const std::string& from, const std::string& to) {
   for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {

@@ -16,6 +16,7 @@
 
 #include <gtest/gtest.h>
 
+#include "database/TempDirectory.h"
 #include "io/IoTestSupport.h"
 #include "vorn/database/DatabaseEntry.h"
 #include "vorn/database/database_error.h"
@@ -28,9 +29,7 @@ using Db = ArchiveDatabase<Entry>;
 using Id = DatabaseEntryIdentifier;
 using test::ScratchDirectory;
 
-THandle<Entry> make_entry(const std::string& id, const std::string& data) {
-  return THandle<Entry>(new Entry(Id(id), THandle<std::string>(new std::string(data))));
-}
+using test::make_entry;
 
 std::string what_of(const std::function<void()>& f) {
   try {

@@ -10,6 +10,10 @@
 #include <iterator>
 #include <string>
 
+#include "vorn/database/DatabaseEntry.h"
+#include "vorn/database/DatabaseEntryIdentifier.h"
+#include "vorn/foundation/THandle.h"
+
 namespace vorn::test {
 
 struct TempDirectory {
@@ -28,6 +32,11 @@ struct TempDirectory {
     return std::string(::mkdtemp(name));
   }();
 };
+
+// A string entry, as the database tests append them.
+inline THandle<DatabaseEntry<std::string>> make_entry(const std::string& id, const std::string& data) {
+  return make_handle<DatabaseEntry<std::string>>(DatabaseEntryIdentifier(id), make_handle<std::string>(data));
+}
 
 }  // namespace vorn::test
 
