@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -44,11 +45,35 @@ class Disc : public vorn::PolymorphicPersistent<Disc, Figure> {
   }
 };
 
+// A polygon may hold itself among its parts: the stream restores such cycles,
+// and counted handles never free them. Live polygons are tracked so that the
+// harness can break every cycle after each input, also those left half-built
+// by a failed read.
 class Polygon : public vorn::PolymorphicPersistent<Polygon, Figure> {
  public:
   static constexpr const char* type_name_ = "Polygon";
   int sides = 3;
   std::vector<vorn::THandle<Figure>> parts;
+
+  Polygon() { live().insert(this); }
+  Polygon(const Polygon& other) : sides(other.sides), parts(other.parts) { live().insert(this); }
+  Polygon& operator=(const Polygon&) = default;
+  ~Polygon() override { live().erase(this); }
+
+  static std::set<Polygon*>& live() {
+    // Never destroyed: the registered prototype outlives every static.
+    static auto* polygons = new std::set<Polygon*>;
+    return *polygons;
+  }
+
+  static void break_all_cycles() {
+    std::vector<vorn::THandle<Figure>> detached;
+    for (Polygon* polygon : live()) {
+      for (auto& part : polygon->parts) detached.push_back(std::move(part));
+      polygon->parts.clear();
+    }
+    detached.clear();
+  }
   void write(const char* tag, vorn::PersistentWriteStream& s) const override {
     vorn::PersistentWriteStream::Block block(s, tag, class_name());
     s.write("sides", sides);
@@ -84,6 +109,7 @@ extern "C" const char* __asan_default_options() { return "quarantine_size_mb=64"
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   read_as<std::vector<vorn::THandle<Figure>>>(data, size);
   read_as<vorn::test::Graph>(data, size);
+  Polygon::break_all_cycles();
   vorn::test::Node::break_all_cycles();
   return 0;
 }
