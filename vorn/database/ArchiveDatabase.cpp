@@ -3,6 +3,7 @@
 namespace vorn {
 
 template class Database<DatabaseEntry<std::string>>;
+template class StoredDatabase<DatabaseEntry<std::string>>;
 template class ArchiveDatabase<DatabaseEntry<std::string>>;
 
 }  // namespace vorn

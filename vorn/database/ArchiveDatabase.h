@@ -90,6 +90,7 @@
 #include "vorn/database/DatabaseEntryIdentifier.h"
 #include "vorn/database/DatabaseOptions.h"
 #include "vorn/database/EntryDirectory.h"
+#include "vorn/database/StoredDatabase.h"
 #include "vorn/database/database_error.h"
 #include "vorn/foundation/Export.h"
 #include "vorn/foundation/THandle.h"
@@ -100,46 +101,22 @@
 namespace vorn {
 
 template <class Entry>
-class ArchiveDatabase : public Database<Entry> {
+class ArchiveDatabase : public StoredDatabase<Entry> {
  public:
-  // Changes gathered to be applied together by commit() (or
-  // ArchiveDatabase::apply): under one lock, with one index write, all or
-  // none. Each entry is turned into its file bytes when it is added, so an
-  // entry whose write throws is refused there and touches no file.
-  class Batch {
-   public:
-    void append(THandle<Entry> entry) { add(EntryDirectory::Change::append, *entry); }
-    void replace(THandle<Entry> entry) { add(EntryDirectory::Change::replace, *entry); }
-    void remove(const DatabaseEntryIdentifier& id) {
-      changes_.push_back({EntryDirectory::Change::remove, id, std::string()});
-    }
-    std::size_t size() const noexcept { return changes_.size(); }
-    // Applies the changes to the database that made the batch and empties
-    // the batch; on failure the batch and the database stay as they were.
-    void commit() { database_->apply(*this); }
-
-   private:
-    friend class ArchiveDatabase;
-    explicit Batch(ArchiveDatabase& database) : database_(&database) {}
-    void add(typename EntryDirectory::Change::Kind kind, const Entry& entry) {
-      changes_.push_back({kind, entry.identifier(), entry_bytes(entry)});
-    }
-
-    ArchiveDatabase* database_;
-    std::vector<EntryDirectory::Change> changes_;
-  };
+  // ArchiveDatabase<Entry>::Batch is StoredDatabase<Entry>::Batch: changes
+  // applied by commit() under one lock with one index write, all or none.
+  using typename StoredDatabase<Entry>::Batch;
 
   // Loads the index of D/N.adi; a missing index gives an empty database.
   // `mode` is a bit set of Archive::READ and Archive::WRITE; only WRITE is
   // consulted.
   ArchiveDatabase(const std::string& directory, const std::string& name, unsigned int mode)
-      : directory_(directory),
+      : StoredDatabase<Entry>(std::make_unique<EntryDirectory>(directory, name, (mode & Archive::WRITE) != 0)),
+        directory_(directory),
         name_(name),
         mode_(mode),
-        files_(std::make_unique<EntryDirectory>(directory, name, (mode & Archive::WRITE) != 0)) {}
+        files_(static_cast<EntryDirectory*>(&this->store())) {}
   ~ArchiveDatabase() override = default;
-  ArchiveDatabase(const ArchiveDatabase&) = delete;
-  ArchiveDatabase& operator=(const ArchiveDatabase&) = delete;
 
   // Opens the database `name` in `directory` as `options` ask. The directory
   // must exist (it is never created). Without an index file D/N.adi the
@@ -171,15 +148,11 @@ class ArchiveDatabase : public Database<Entry> {
   const std::string& directory() const noexcept { return directory_; }
   const std::string& name() const noexcept { return name_; }
   unsigned int mode() const noexcept { return mode_; }
-  Durability durability() const noexcept { return files_->durability(); }
-  void set_durability(Durability durability) noexcept { files_->set_durability(durability); }
 
   void read_index_file() { files_->reload(); }
   // Rewrites the index from the identifiers held (atomically, under the
   // lock); a failure throws database_error.
   void write_index_file() const { files_->write_index(); }
-  // Loads the index again, to see the changes of other writers.
-  void reload() { files_->reload(); }
 
   // Reads the entry file `path` into `entry`; a short or failed read throws
   // database_error "ArchiveDatabase::read_entry: truncated or corrupt entry
@@ -187,72 +160,13 @@ class ArchiveDatabase : public Database<Entry> {
   // database_error "ArchiveDatabase::read_entry: cannot read entry file
   // <path>: <the reader's message>".
   void read_entry(const std::string& path, Entry& entry) const {
-    parse_entry(path, files_->read_entry_file(path, "read_entry"), entry);
+    this->parse_entry_image(
+        "ArchiveDatabase", "entry file", [&] { return path; }, files_->read_entry_file(path, "read_entry"), entry);
   }
   // Makes `path` begin with version 6 and `entry`, atomically, keeping any
   // longer old content behind them.
   void write_entry(const std::string& path, const Entry& entry) const {
-    files_->write_entry_file(path, entry_bytes(entry), "write_entry");
-  }
-
-  int size() const override { return files_->size(); }
-  // The same position and match as Database::nearest_entry, in logarithmic
-  // time (the first call orders the identifiers, in N log N).
-  int nearest_entry(const DatabaseEntryIdentifier& target,
-                    typename Database<Entry>::IdentifierMatch& match) const override {
-    int kind = 0;
-    const int position = files_->nearest(target, kind);
-    match = static_cast<typename Database<Entry>::IdentifierMatch>(kind);
-    return position;
-  }
-  DatabaseEntryIdentifier identifier(int i) const override {
-    check_position(i);
-    return files_->identifiers()[static_cast<std::size_t>(i)];
-  }
-  bool identifier_exists(const DatabaseEntryIdentifier& id) const override { return files_->find(id) >= 0; }
-  int index(const DatabaseEntryIdentifier& id) const override {
-    const int i = files_->find(id);
-    return i < 0 ? size() : i;
-  }
-  THandle<Entry> entry(int i) const override {
-    check_position(i);
-    const DatabaseEntryIdentifier& id = files_->identifiers()[static_cast<std::size_t>(i)];
-    THandle<Entry> result(new Entry());
-    parse_entry(files_->entry_path(id), files_->read_entry(id, "read_entry"), *result);
-    return result;
-  }
-  THandle<Entry> entry(const DatabaseEntryIdentifier& id) const override {
-    const int i = files_->find(id);
-    if (i < 0) this->entry_error("ArchiveDatabase", id);
-    return entry(i);
-  }
-  bool writable() const override { return (mode_ & Archive::WRITE) != 0; }
-
-  void append(THandle<Entry> entry) override {
-    if (!writable()) throw database_error("ArchiveDatabase::append: database is not opened for writing");
-    const DatabaseEntryIdentifier id = entry->identifier();
-    check_identifier(name_, id);
-    files_->apply({{EntryDirectory::Change::append, id, entry_bytes(*entry)}}, "append");
-  }
-  void replace(THandle<Entry> entry) override {
-    if (!writable()) throw database_error("ArchiveDatabase::replace: database is not opened for writing");
-    files_->apply({{EntryDirectory::Change::replace, entry->identifier(), entry_bytes(*entry)}}, "replace");
-  }
-  void remove(const DatabaseEntryIdentifier& id) override {
-    if (!writable()) throw database_error("ArchiveDatabase::remove: database is not opened for writing");
-    files_->apply({{EntryDirectory::Change::remove, id, std::string()}}, "remove");
-  }
-  void flush() override {}
-
-  // A new, empty batch of changes to this database.
-  Batch batch() { return Batch(*this); }
-  // Applies and empties `batch` (see Batch); throws database_error
-  // "ArchiveDatabase::apply: database is not opened for writing" when not
-  // writable.
-  void apply(Batch& batch) {
-    if (!writable()) throw database_error("ArchiveDatabase::apply: database is not opened for writing");
-    files_->apply(batch.changes_, "apply");
-    batch.changes_.clear();
+    files_->write_entry_file(path, this->entry_image(entry), "write_entry");
   }
 
   // Throws the database_error append() would throw for an identifier that
@@ -271,46 +185,14 @@ class ArchiveDatabase : public Database<Entry> {
   }
 
  private:
-  // Version 6, then the entry as Entry::write stores it.
-  static std::string entry_bytes(const Entry& entry) {
-    MemoryDevice image;
-    {
-      VersionedArchive archive(image, Archive::WRITE);
-      archive << static_cast<int>(VersionedArchive::current_version);
-      entry.write(archive);
-    }
-    return image.take();
-  }
-
-  static void parse_entry(const std::string& path, const std::string& bytes, Entry& entry) {
-    MemoryDevice device(bytes.data(), bytes.size());
-    VersionedArchive archive(device, Archive::READ);
-    int version = 0;
-    archive >> version;
-    archive.file_version = version;
-    try {
-      entry.read(archive);
-    } catch (const database_error&) {
-      throw;
-    } catch (const std::exception& e) {
-      throw database_error("ArchiveDatabase::read_entry: cannot read entry file " + path + ": " + e.what());
-    }
-    if (archive.failed()) {
-      throw database_error("ArchiveDatabase::read_entry: truncated or corrupt entry file: " + path);
-    }
-  }
-
-  void check_position(int i) const {
-    if (i < 0 || i >= size()) this->entry_error("ArchiveDatabase", i);
-  }
-
   std::string directory_;
   std::string name_;
   unsigned int mode_;
-  std::unique_ptr<EntryDirectory> files_;
+  EntryDirectory* files_;  // the store, owned by StoredDatabase
 };
 
 extern template class VORN_API Database<DatabaseEntry<std::string>>;
+extern template class VORN_API StoredDatabase<DatabaseEntry<std::string>>;
 extern template class VORN_API ArchiveDatabase<DatabaseEntry<std::string>>;
 
 }  // namespace vorn

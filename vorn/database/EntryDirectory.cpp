@@ -85,6 +85,22 @@ std::string EntryDirectory::entry_path(const DatabaseEntryIdentifier& id) const 
   return path;
 }
 
+DatabaseEntryIdentifier EntryDirectory::identifier(int i) const {
+  if (i < 0 || i >= size()) position_error(i);
+  return identifiers_[static_cast<std::size_t>(i)];
+}
+
+std::string EntryDirectory::read(int i, const char* operation) const {
+  if (i < 0 || i >= size()) position_error(i);
+  return read_entry(identifiers_[static_cast<std::size_t>(i)], operation);
+}
+
+bool EntryDirectory::read(const DatabaseEntryIdentifier& id, std::string& bytes, const char* operation) const {
+  if (find(id) < 0) return false;
+  bytes = read_entry(id, operation);
+  return true;
+}
+
 int EntryDirectory::find(const DatabaseEntryIdentifier& id) const noexcept {
   return indexes_->positions.find(identifiers_, id);
 }

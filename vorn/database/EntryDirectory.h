@@ -45,33 +45,27 @@
 
 #include "vorn/database/DatabaseEntryIdentifier.h"
 #include "vorn/database/DatabaseOptions.h"
+#include "vorn/database/EntryStore.h"
 #include "vorn/foundation/Export.h"
 
 namespace vorn {
 
-class VORN_API EntryDirectory {
+class VORN_API EntryDirectory : public EntryStore {
  public:
-  // One change of a batch. `bytes` is the whole entry file (version and
-  // entry) for an append or a replace, unused for a remove.
-  struct Change {
-    enum Kind { append, replace, remove };
-    Kind kind;
-    DatabaseEntryIdentifier id;
-    std::string bytes;
-  };
 
   // Loads the index (a missing one is an empty database). A writable
   // directory also clears what a crashed writer left behind (see above).
   EntryDirectory(std::string directory, std::string name, bool writable, Durability durability = Durability::full);
-  ~EntryDirectory();
-  EntryDirectory(const EntryDirectory&) = delete;
-  EntryDirectory& operator=(const EntryDirectory&) = delete;
+  ~EntryDirectory() override;
 
   const std::string& directory() const noexcept { return directory_; }
   const std::string& name() const noexcept { return name_; }
-  bool writable() const noexcept { return writable_; }
-  Durability durability() const noexcept { return durability_; }
-  void set_durability(Durability durability) noexcept { durability_ = durability; }
+  bool writable() const noexcept override { return writable_; }
+  Durability durability() const noexcept override { return durability_; }
+  void set_durability(Durability durability) noexcept override { durability_ = durability; }
+  const char* class_name() const noexcept override { return "ArchiveDatabase"; }
+  // D/N.adi
+  std::string locator() const override { return index_path(); }
 
   // D/N.adi, D/N.lock, D/N.pending and D/N_I.ade.
   static std::string index_path(const std::string& directory, const std::string& name);
@@ -81,15 +75,23 @@ class VORN_API EntryDirectory {
   std::string entry_path(const DatabaseEntryIdentifier& id) const;
 
   const std::vector<DatabaseEntryIdentifier>& identifiers() const noexcept { return identifiers_; }
-  int size() const noexcept { return static_cast<int>(identifiers_.size()); }
+  int size() const noexcept override { return static_cast<int>(identifiers_.size()); }
+  DatabaseEntryIdentifier identifier(int i) const override;
   // The first position of `id`, or -1, in expected constant time.
-  int find(const DatabaseEntryIdentifier& id) const noexcept;
+  int find(const DatabaseEntryIdentifier& id) const noexcept override;
   // The position Database::nearest_entry finds, in logarithmic time; `match`
   // is set to 0 (none), 1 (equal apart from case) or 2 (exact).
-  int nearest(const DatabaseEntryIdentifier& target, int& match) const;
+  int nearest(const DatabaseEntryIdentifier& target, int& match) const override;
+  // The bytes of the entry file at position i or of identifier `id`, as
+  // read_entry() reads them.
+  std::string read(int i, const char* operation) const override;
+  bool read(const DatabaseEntryIdentifier& id, std::string& bytes, const char* operation) const override;
+  const char* entry_kind() const noexcept override { return "entry file"; }
+  // The entry file's path.
+  std::string entry_location(const DatabaseEntryIdentifier& id) const override { return entry_path(id); }
 
   // Loads the index again from the file.
-  void reload();
+  void reload() override;
   // Rewrites the index file from the identifiers held, under the lock.
   void write_index();
 
@@ -111,10 +113,11 @@ class VORN_API EntryDirectory {
   // listed or none, and each replaced entry is whole, old or new. Refuses the whole batch, before writing
   // anything, for a duplicate or unknown identifier (the messages of
   // ArchiveDatabase::append, replace and remove) or a bad identifier.
-  void apply(const std::vector<Change>& changes, const char* operation);
+  void apply(const std::vector<Change>& changes, const char* operation) override;
 
   // The identifier checks of append (see ArchiveDatabase::check_identifier).
   static void check_identifier(const std::string& name, const DatabaseEntryIdentifier& id);
+  void check_new_identifier(const DatabaseEntryIdentifier& id) const override { check_identifier(name_, id); }
   // The checks of ArchiveDatabase::open.
   static void prepare_to_open(const std::string& directory, const std::string& name, const DatabaseOptions& options);
   // Deletes the index, the record of pending changes and every entry file
