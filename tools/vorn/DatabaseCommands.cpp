@@ -16,6 +16,15 @@
 #include "Cli.h"
 #include "Commands.h"
 #include "vorn/database/ArchiveDatabase.h"
+#include "vorn/database/DatabaseLocator.h"
+#include "vorn/database/OpenDatabase.h"
+#include "vorn/database/StoredDatabase.h"
+#if defined(VORN_TOOL_HAVE_SQLITE)
+#include "vorn/database/SqliteDatabase.h"
+#endif
+#if defined(VORN_TOOL_HAVE_POSTGRES)
+#include "vorn/database/PostgresDatabase.h"
+#endif
 #include "vorn/database/DatabaseEntry.h"
 #include "vorn/database/DatabaseEntryIdentifier.h"
 #include "vorn/database/database_error.h"
@@ -30,22 +39,40 @@ namespace {
 
 namespace fs = std::filesystem;
 using Entry = DatabaseEntry<std::string>;
-using TextDatabase = ArchiveDatabase<Entry>;
+using TextDatabase = StoredDatabase<Entry>;
 
+// A database named on the command line: either DIR NAME, or one locator
+// (DIR/NAME.adi, sqlite:FILE, postgresql://...).
 struct Location {
-  std::string directory;
+  std::string locator;
+  bool is_directory = true;
+  std::string directory;  // for a directory database
   std::string name;
+  // How messages name the database.
+  std::string shown() const { return is_directory ? "database '" + name + "' in '" + directory + "'" : "'" + locator + "'"; }
 };
 
-Location take_location(Arguments& args) {
+Location location_of(const DatabaseLocator& locator) {
   Location where;
-  where.directory = args.take("DIR");
+  where.locator = locator.text();
+  where.is_directory = locator.kind() == DatabaseLocator::Kind::directory;
+  where.directory = locator.directory();
+  where.name = locator.name();
+  return where;
+}
+
+Location take_location(Arguments& args) {
+  const std::string first = args.take("DIR");
+  if (DatabaseLocator::looks_like_locator(first)) return location_of(DatabaseLocator::parse(first));
+  Location where;
+  where.directory = first;
   where.name = args.take("NAME");
   if (where.name.empty() || where.name.find('/') != std::string::npos) {
     throw UsageError(args.command() + ": NAME must be a plain name, not '" + where.name + "'");
   }
   // The database keeps its directory without a trailing separator.
   while (where.directory.size() > 1 && where.directory.back() == '/') where.directory.pop_back();
+  where.locator = EntryDirectory::index_path(where.directory, where.name);
   return where;
 }
 
@@ -53,13 +80,14 @@ Location take_location(Arguments& args) {
 // library would silently present an empty database. An over-long index line
 // is quoted in part only.
 std::unique_ptr<TextDatabase> open_existing(const Location& where, unsigned int mode) {
-  const std::string index = TextDatabase::index_file_path(where.directory, where.name);
+  if (!where.is_directory) return open_database<Entry>(where.locator, mode);
+  const std::string index = where.locator;
   const std::string reason = open_failure_reason(index);
   if (!reason.empty()) {
     throw std::runtime_error("no database '" + where.name + "' in '" + where.directory + "': " + index + ": " + reason);
   }
   try {
-    return std::make_unique<TextDatabase>(where.directory, where.name, mode);
+    return std::make_unique<ArchiveDatabase<Entry>>(where.directory, where.name, mode);
   } catch (const std::invalid_argument& e) {
     const std::string what = e.what();
     const std::string lead = "DatabaseEntryIdentifier::DatabaseEntryIdentifier: Invalid DatabaseEntryIdentifier (wrong size):";
@@ -67,6 +95,28 @@ std::unique_ptr<TextDatabase> open_existing(const Location& where, unsigned int 
     throw std::runtime_error("index '" + index + "' holds a line longer than " +
                              std::to_string(DatabaseEntryIdentifier::maximum_length_) +
                              " bytes: " + shown(what.substr(lead.size())));
+  }
+}
+
+// Creates an empty database where none is (a directory database's
+// directory too) and returns its store, open for writing.
+std::unique_ptr<EntryStore> create_database(const Location& where) {
+  DatabaseOptions options;
+  options.writable = true;
+  options.create_if_missing = true;
+  options.error_if_exists = true;
+  const std::string exists = where.is_directory
+                                 ? "database '" + where.name + "' already exists in '" + where.directory + "'"
+                                 : "database '" + where.locator + "' already exists";
+  if (where.is_directory) {
+    if (fs::exists(where.locator)) throw std::runtime_error(exists);
+    fs::create_directories(where.directory);
+  }
+  try {
+    return open_entry_store(where.locator, options);
+  } catch (const database_error& e) {
+    if (std::string(e.what()).find("already exists") != std::string::npos) throw std::runtime_error(exists);
+    throw;
   }
 }
 
@@ -109,10 +159,7 @@ class Progress {
 int create(Arguments& args) {
   const Location where = take_location(args);
   args.expect_end();
-  const std::string index = TextDatabase::index_file_path(where.directory, where.name);
-  if (fs::exists(index)) throw std::runtime_error("database '" + where.name + "' already exists in '" + where.directory + "'");
-  fs::create_directories(where.directory);
-  vorn::replace_file_atomically(index, "");
+  create_database(where);
   return 0;
 }
 
@@ -165,7 +212,7 @@ int nearest(Arguments& args) {
   const auto db = open_existing(where, Archive::READ);
   TextDatabase::IdentifierMatch match = TextDatabase::no_match;
   const int i = db->nearest_entry(id, match);
-  if (i < 0) throw std::runtime_error("database '" + where.name + "' is empty");
+  if (i < 0) throw std::runtime_error(where.shown() + " is empty");
   const char* kind = match == TextDatabase::exact_match              ? "exact"
                      : match == TextDatabase::case_insensitive_match ? "case-insensitive"
                                                                      : "none";
@@ -175,7 +222,7 @@ int nearest(Arguments& args) {
 
 // Everything to import, read and checked before the database is touched, so
 // that a bad source changes nothing.
-std::vector<std::pair<std::string, std::string>> collect_import(const std::string& source, const std::string& name) {
+std::vector<std::pair<std::string, std::string>> collect_import(const std::string& source, const EntryStore& store) {
   std::vector<std::pair<std::string, std::string>> items;  // identifier, path
   if (fs::is_directory(source)) {
     std::vector<fs::path> files;
@@ -215,7 +262,7 @@ std::vector<std::pair<std::string, std::string>> collect_import(const std::strin
       throw std::runtime_error("identifier '" + shown(item.first) + "' of '" + source + "' is longer than " +
                                std::to_string(DatabaseEntryIdentifier::maximum_length_) + " bytes");
     }
-    TextDatabase::check_identifier(name, id);  // the database's own rules, before anything is stored
+    store.check_new_identifier(id);  // the database's own rules, before anything is stored
     if (!seen.insert(id).second) {
       throw std::runtime_error("identifier '" + shown(item.first) + "' occurs twice in '" + source + "'");
     }
@@ -230,7 +277,7 @@ int import(Arguments& args) {
   args.expect_end();
   const auto db = open_existing(where, Archive::READ | Archive::WRITE);
   if (relaxed) db->set_durability(vorn::Durability::relaxed);
-  const auto items = collect_import(source, where.name);
+  const auto items = collect_import(source, db->store());
   std::vector<THandle<Entry>> entries;
   entries.reserve(items.size());
   for (const auto& [id, path] : items) {
@@ -271,7 +318,7 @@ int export_entries(Arguments& args) {
   const std::string target = args.take("TARGET");
   args.expect_end();
   const auto db = open_existing(where, Archive::READ);
-  if (is_within(target, where.directory)) {
+  if (where.is_directory && is_within(target, where.directory)) {
     throw std::runtime_error("refusing to export into the database's own directory '" + where.directory + "'");
   }
   // Room for the temporary suffix of the atomic replacement.
@@ -303,6 +350,76 @@ int export_entries(Arguments& args) {
     progress.step(i + 1);
   }
   progress.complete();
+  return 0;
+}
+
+// Opens TARGET for copying into it: created when missing (a directory
+// database's directory too), refused when it already holds entries.
+std::unique_ptr<EntryStore> open_copy_target(const Location& to) {
+  DatabaseOptions options;
+  options.writable = true;
+  options.create_if_missing = true;
+  if (to.is_directory) fs::create_directories(to.directory);
+  std::unique_ptr<EntryStore> target = open_entry_store(to.locator, options);
+  if (target->size() != 0) {
+    throw std::runtime_error("target '" + to.locator + "' already holds " + std::to_string(target->size()) +
+                             " entries; copy into a new or empty database");
+  }
+  return target;
+}
+
+// Every entry of SOURCE, in order and byte for byte, appended to TARGET in
+// batches (each one all or none), then both read back and compared.
+int copy(Arguments& args) {
+  const Location from = location_of(DatabaseLocator::parse(args.take("SOURCE")));
+  const Location to = location_of(DatabaseLocator::parse(args.take("TARGET")));
+  args.expect_end();
+  const std::unique_ptr<EntryStore> source = open_entry_store(from.locator, DatabaseOptions());
+  const int n = source->size();
+  std::vector<DatabaseEntryIdentifier> ids;
+  ids.reserve(static_cast<std::size_t>(n));
+  std::set<std::string> seen;
+  for (int i = 0; i < n; ++i) {
+    ids.push_back(source->identifier(i));
+    if (!seen.insert(ids.back()).second) {
+      throw std::runtime_error("source '" + from.locator + "' lists the identifier '" + shown(ids.back()) + "' twice");
+    }
+  }
+  const std::unique_ptr<EntryStore> target = open_copy_target(to);
+  for (const DatabaseEntryIdentifier& id : ids) target->check_new_identifier(id);
+
+  // A batch is written when it holds this many entries or bytes.
+  constexpr std::size_t batch_entries = 1000;
+  constexpr std::size_t batch_bytes = std::size_t{16} << 20;
+  Progress progress("copy", n);
+  std::vector<EntryStore::Change> batch;
+  std::size_t bytes = 0;
+  for (int i = 0; i < n; ++i) {
+    batch.push_back({EntryStore::Change::append, ids[static_cast<std::size_t>(i)], source->read(i, "copy")});
+    bytes += batch.back().bytes.size();
+    if (batch.size() == batch_entries || bytes >= batch_bytes || i + 1 == n) {
+      target->apply(batch, "copy");
+      batch.clear();
+      bytes = 0;
+      progress.step(i + 1);
+    }
+  }
+  progress.complete();
+
+  target->reload();
+  if (target->size() != n) {
+    throw std::runtime_error("copy check failed: '" + to.locator + "' holds " + std::to_string(target->size()) +
+                             " entries, '" + from.locator + "' " + std::to_string(n));
+  }
+  for (int i = 0; i < n; ++i) {
+    const std::string& id = ids[static_cast<std::size_t>(i)];
+    if (target->identifier(i).text() != id || target->read(i, "copy") != source->read(i, "copy")) {
+      throw std::runtime_error("copy check failed: entry " + std::to_string(i) + " ('" + shown(id) + "') of '" +
+                               to.locator + "' differs from the source");
+    }
+  }
+  std::cerr << "copied " << n << (n == 1 ? " entry" : " entries") << " from " << from.locator << " to "
+            << to.locator << '\n';
   return 0;
 }
 
@@ -364,7 +481,7 @@ class Findings {
 
 // The identifiers the index lists, with every problem of its lines reported.
 std::vector<DatabaseEntryIdentifier> check_index(const Location& where, Findings& findings, bool& loadable) {
-  const std::string index = TextDatabase::index_file_path(where.directory, where.name);
+  const std::string index = where.locator;
   bool unended = false;
   const std::vector<IndexLine> lines = index_lines(read_file(index), unended);
   std::vector<DatabaseEntryIdentifier> ids;
@@ -386,7 +503,7 @@ std::vector<DatabaseEntryIdentifier> check_index(const Location& where, Findings
       continue;
     }
     try {
-      TextDatabase::check_identifier(where.name, id);
+      ArchiveDatabase<Entry>::check_identifier(where.name, id);
     } catch (const database_error& e) {
       findings.add(where_line + ": " + e.what());
       continue;
@@ -404,7 +521,7 @@ std::vector<DatabaseEntryIdentifier> check_index(const Location& where, Findings
 
 // Reads every listed entry back: the file must be a regular file inside the
 // directory, of version 6, holding the identifier it is named after.
-void check_entries(const TextDatabase& db, const std::vector<DatabaseEntryIdentifier>& ids, Findings& findings) {
+void check_entries(const ArchiveDatabase<Entry>& db, const std::vector<DatabaseEntryIdentifier>& ids, Findings& findings) {
   for (const DatabaseEntryIdentifier& id : ids) {
     const std::string path = db.absolute_entry_file_name(id);
     std::error_code error;
@@ -480,7 +597,11 @@ int check(Arguments& args) {
   const bool repair = args.take_flag("--repair");
   const Location where = take_location(args);
   args.expect_end();
-  const std::string index = TextDatabase::index_file_path(where.directory, where.name);
+  if (!where.is_directory) {
+    throw std::runtime_error("check reads directory databases only (DIR NAME or DIR/NAME.adi), not '" +
+                             where.locator + "'");
+  }
+  const std::string index = where.locator;
   const std::string reason = open_failure_reason(index);
   if (!reason.empty()) {
     throw std::runtime_error("no database '" + where.name + "' in '" + where.directory + "': " + index + ": " + reason);
@@ -490,7 +611,7 @@ int check(Arguments& args) {
   const std::vector<DatabaseEntryIdentifier> ids = check_index(where, findings, loadable);
   std::set<std::string> listed(ids.begin(), ids.end());
   if (loadable) {
-    check_entries(*open_existing(where, Archive::READ), ids, findings);
+    check_entries(ArchiveDatabase<Entry>(where.directory, where.name, Archive::READ), ids, findings);
   } else {
     findings.note("entry files not read back: the library cannot load this index");
   }
@@ -514,6 +635,7 @@ int run_action(const std::string& action, Arguments& args) {
   if (action == "import") return import(args);
   if (action == "export") return export_entries(args);
   if (action == "check") return check(args);
+  if (action == "copy") return copy(args);
   throw UsageError("db: unknown action '" + action + "'");
 }
 

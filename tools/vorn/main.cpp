@@ -1,6 +1,8 @@
 // vorn: entry databases and identifier lists from the shell.
 //
 //   vorn db create|list|get|put|remove|nearest|import|export|check DIR NAME ...
+//   vorn db ACTION LOCATOR ...     (DIR/NAME.adi, sqlite:FILE, postgresql://...)
+//   vorn db copy SOURCE TARGET
 //   vorn ids sort|uniq|diff|intersect|equiv FILE...
 //   vorn pairs sort|uniq|swap|diff|equiv [--ignore-order] FILE...
 //
@@ -19,8 +21,13 @@ namespace {
 
 const char* const usage_text = R"(usage: vorn [log options] GROUP ACTION ARGUMENTS...
 
-Entry databases (text entries, kept as DIR/NAME.adi and DIR/NAME_<id>.ade):
+Entry databases (text entries, kept as DIR/NAME.adi and DIR/NAME_<id>.ade,
+or in SQLite or PostgreSQL). Wherever DIR NAME stands, one locator may stand
+instead: DIR/NAME.adi, sqlite:FILE or a postgresql:// URI.
   vorn db create  DIR NAME            make an empty database (and DIR)
+  vorn db copy    SOURCE TARGET       copy every entry, in order, from the
+                                      locator SOURCE into TARGET (created, or
+                                      empty), then compare them byte for byte
   vorn db list    DIR NAME            print the identifiers in index order
   vorn db get     DIR NAME ID         write the entry's data to standard output
   vorn db put     DIR NAME ID [FILE]  store FILE (standard input without FILE
