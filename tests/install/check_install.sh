@@ -36,20 +36,24 @@ c++ "$here/consumer/main.cpp" -o "$work/pkg_config_consumer" \
   $(PKG_CONFIG_PATH="$pc_dir" pkg-config --cflags --libs vorn) -Wl,-rpath,"$lib_dir"
 check "$work/pkg_config_consumer"
 
-json_checked=()
-if find "$work/prefix" -name 'libvorn_json.so*' | grep -q .; then
-  echo "-- find_package(vorn COMPONENTS json)"
-  cmake -S "$here/json_consumer" -B "$work/json_find_package" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
-  cmake --build "$work/json_find_package" >/dev/null
-  check "$work/json_find_package/json_consumer"
+# Each optional library that was installed: find_package(vorn COMPONENTS X)
+# and pkg-config vorn-X.
+components_checked=()
+for component in json sqlite postgres; do
+  find "$work/prefix" -name "libvorn_${component}.so*" | grep -q . || continue
+  echo "-- find_package(vorn COMPONENTS $component)"
+  cmake -S "$here/${component}_consumer" -B "$work/${component}_find_package" -G Ninja \
+    -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
+  cmake --build "$work/${component}_find_package" >/dev/null
+  check "$work/${component}_find_package/${component}_consumer"
 
-  echo "-- pkg-config vorn-json"
+  echo "-- pkg-config vorn-$component"
   # shellcheck disable=SC2046
-  c++ "$here/json_consumer/main.cpp" -o "$work/json_pkg_config_consumer" \
-    $(PKG_CONFIG_PATH="$pc_dir" pkg-config --cflags --libs vorn-json) -Wl,-rpath,"$lib_dir"
-  check "$work/json_pkg_config_consumer"
-  json_checked=("$work/json_find_package" "$work/json_pkg_config_consumer")
-fi
+  c++ "$here/${component}_consumer/main.cpp" -o "$work/${component}_pkg_config_consumer" \
+    $(PKG_CONFIG_PATH="$pc_dir" pkg-config --cflags --libs "vorn-$component") -Wl,-rpath,"$lib_dir"
+  check "$work/${component}_pkg_config_consumer"
+  components_checked+=("$work/${component}_find_package" "$work/${component}_pkg_config_consumer")
+done
 
 echo "-- add_subdirectory"
 cmake -S "$here/consumer" -B "$work/subdirectory" -G Ninja -DVORN_CONSUMER_MODE=subdirectory \
@@ -64,7 +68,7 @@ fi
 
 echo "-- search paths"
 "$here/check_runpath.sh" "$work/prefix" "$work/find_package" "$work/subdirectory" "$work/pkg_config_consumer" \
-  "${json_checked[@]}"
+  "${components_checked[@]}"
 # Only the library is built for a consumer: no tests, examples or benchmarks.
 if find "$work/subdirectory" -name 'vorn_*_tests' -o -name 'example_*' | grep -q .; then
   echo "add_subdirectory built more than the library" >&2
