@@ -125,6 +125,17 @@ std::vector<Scenario> scenarios() {
        },
        {{"B", "new b"}, {"C", "c"}, {"D", "d"}},
        {"C", "D"}},
+      // Enough entry files to be made durable by one sync of the file system.
+      {"large batch",
+       {{"A", "a"}},
+       [](Db& db) {
+         Db::Batch batch = db.batch();
+         for (const char* id : {"C", "D", "E", "F", "G", "H", "I", "J"}) batch.append(text_entry(id, id));
+         batch.replace(text_entry("A", "new a"));
+         batch.commit();
+       },
+       {{"A", "new a"}, {"C", "C"}, {"D", "D"}, {"E", "E"}, {"F", "F"}, {"G", "G"}, {"H", "H"}, {"I", "I"}, {"J", "J"}},
+       {"C", "D", "E", "F", "G", "H", "I", "J"}},
   };
 }
 

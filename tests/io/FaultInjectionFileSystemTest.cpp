@@ -25,7 +25,7 @@ using Files = std::map<std::string, std::string>;  // name -> content
 
 // Runs a script of words on `fs` in `dir`: "o:f" opens f, creating it ("O:f" truncating it too), "a:<offset>:<text>"
 // writes at the offset, "t:<size>" truncates, "s" syncs, "c" closes; "m:a:b" renames a to b, "x:f" removes f and
-// "D" syncs the directory.
+// "D" syncs the directory and "F" the whole file system.
 void run(FileSystem& fs, const ScratchDirectory& dir, const std::string& script) {
   std::unique_ptr<File> file;
   std::istringstream words(script);
@@ -41,6 +41,7 @@ void run(FileSystem& fs, const ScratchDirectory& dir, const std::string& script)
     if (f[0] == "m") fs.rename(dir.file(f[1]), dir.file(f[2]));
     if (f[0] == "x") fs.remove(dir.file(f[1]));
     if (f[0] == "D") fs.sync_directory(dir.path());
+    if (f[0] == "F") fs.sync_file_system(dir.path());
   }
 }
 
@@ -109,6 +110,9 @@ TEST(FaultInjectionFileSystem, PowerLossKeepsOnlyWhatWasSynced) {
       {"remove without directory sync undone", {{"f", "keep"}}, "x:f", {{"f", "keep"}}},
       {"remove with directory sync done", {{"f", "keep"}}, "x:f D", {}},
       {"truncating open undone", {{"f", "full"}}, "O:f c", {{"f", "full"}}},
+      {"file system sync keeps contents and names", {{"a", "A"}, {"b", "B"}}, "o:f a:0:x c m:a:b F",
+       {{"b", "A"}, {"f", "x"}}},
+      {"writes after a file system sync lost", {}, "o:f a:0:x F a:1:y c", {{"f", "x"}}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);

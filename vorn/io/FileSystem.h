@@ -173,6 +173,11 @@ class VORN_API FileSystem {
   // Takes an exclusive advisory lock on the file `path` (created when
   // missing), waiting while another process or object holds it.
   virtual std::unique_ptr<FileLock> lock(const std::string& path) = 0;
+  // Makes everything written to the file system that holds `path` durable
+  // at once, the content of every file and every name in every directory
+  // (syncfs(2)): one call instead of one sync per file, for many files.
+  // Reports a write-back error of any file there since the last call.
+  virtual void sync_file_system(const std::string& path) = 0;
 
  protected:
   FileSystem() = default;

@@ -307,6 +307,14 @@ void FaultInjectionFileSystem::sync_directory(const std::string& directory) {
   }
 }
 
+void FaultInjectionFileSystem::sync_file_system(const std::string& path) {
+  State& s = *state_;
+  s.begin("FileSystem::sync_file_system", path);
+  s.base.sync_file_system(path);
+  for (Node& node : s.nodes) node.durable = node.current;
+  for (auto& entry : s.names) entry.second.durable = entry.second.live;
+}
+
 std::optional<FileStatus> FaultInjectionFileSystem::stat(const std::string& path) {
   state_->begin("FileSystem::stat", path);
   return state_->base.stat(path);

@@ -4,7 +4,8 @@
 // It wraps another FileSystem (the POSIX one by default) and passes every
 // call through, numbering each call on itself and on the Files it opened
 // from 1 upwards: FileSystem::open, rename, remove, set_permissions,
-// sync_directory, stat, list and lock, and File::read_at, write_at, size,
+// sync_directory, sync_file_system, stat, list and lock, and File::read_at,
+// write_at, size,
 // truncate, sync and close. A test runs its scenario once to count the
 // operations, then once for every k, either failing operation k or stopping
 // after it and cutting the power, and checks what is left:
@@ -46,6 +47,9 @@
 //   a renamed-over target gets its old file back and the source name
 //   reappears only if its creation had been synced, a removed file returns.
 //   A rename between two directories needs a sync of each.
+// - sync_file_system makes the content and the name of every tracked path
+//   durable, as a sync of every file and directory would (all tracked paths
+//   count as one file system).
 // - Baseline. A path is tracked from the first open for writing, creation,
 //   rename or removal that touches it; what it held then counts as durable.
 //   Reads, stat, list and lock track nothing.
@@ -116,6 +120,7 @@ class VORN_API FaultInjectionFileSystem final : public FileSystem {
   void remove(const std::string& path) override;
   void set_permissions(const std::string& path, unsigned int permissions) override;
   void sync_directory(const std::string& directory) override;
+  void sync_file_system(const std::string& path) override;
   std::optional<FileStatus> stat(const std::string& path) override;
   std::vector<std::string> list(const std::string& directory) override;
   std::unique_ptr<FileLock> lock(const std::string& path) override;

@@ -257,6 +257,17 @@ void PosixFileSystem::sync_directory(const std::string& directory) {
   ::close(fd);
 }
 
+void PosixFileSystem::sync_file_system(const std::string& path) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) throw FileError(errno, "FileSystem::sync_file_system", path);
+  if (::syncfs(fd) != 0) {
+    const int error = errno;
+    ::close(fd);
+    throw FileError(error, "FileSystem::sync_file_system", path);
+  }
+  ::close(fd);
+}
+
 std::optional<FileStatus> PosixFileSystem::stat(const std::string& path) {
   struct stat state {};
   if (::lstat(path.c_str(), &state) != 0) {

@@ -19,6 +19,7 @@ class PosixFileSystem final : public FileSystem {
   std::optional<FileStatus> stat(const std::string& path) override;
   std::vector<std::string> list(const std::string& directory) override;
   std::unique_ptr<FileLock> lock(const std::string& path) override;
+  void sync_file_system(const std::string& path) override;
 };
 
 }  // namespace vorn::detail
