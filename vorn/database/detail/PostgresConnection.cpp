@@ -1,7 +1,6 @@
 #include "vorn/database/detail/PostgresConnection.h"
 
 #include <cstring>
-#include <vector>
 
 #include <libpq-fe.h>
 
@@ -140,14 +139,19 @@ PostgresResult PostgresConnection::run(const PostgresStatement& statement,
     checked(PQprepare(connection_, statement.name, statement.sql, count, nullptr));
     prepared_.insert(statement.name);
   }
-  std::vector<const char*> values;
-  std::vector<int> lengths;
-  std::vector<int> formats(parameters.size(), 1);
+  constexpr std::size_t most = 8;
+  if (parameters.size() > most) throw PostgresStatementError("too many parameters", "54023");
+  const char* values[most];
+  int lengths[most];
+  int formats[most];
+  std::size_t n = 0;
   for (const PostgresParameter& p : parameters) {
-    values.push_back(p.data());
-    lengths.push_back(p.length());
+    values[n] = p.data();
+    lengths[n] = p.length();
+    formats[n] = 1;
+    ++n;
   }
-  return checked(PQexecPrepared(connection_, statement.name, count, values.data(), lengths.data(), formats.data(), 1));
+  return checked(PQexecPrepared(connection_, statement.name, count, values, lengths, formats, 1));
 }
 
 std::string PostgresConnection::quote_identifier(const std::string& name) {

@@ -8,6 +8,7 @@
 #define VORN_DATABASE_DETAIL_POSTGRESCONNECTION_H_
 
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <set>
@@ -103,7 +104,8 @@ class PostgresConnection {
 
   // Runs `sql` without parameters (text results).
   PostgresResult execute(const char* sql);
-  // Runs `statement`, preparing it first on this connection.
+  // Runs `statement`, preparing it first on this connection; at most
+  // eight parameters.
   PostgresResult run(const PostgresStatement& statement, std::initializer_list<PostgresParameter> parameters);
   // A name quoted as an SQL identifier.
   std::string quote_identifier(const std::string& name);
@@ -124,7 +126,7 @@ class PostgresConnection {
   std::string conninfo_;
   std::string setup_;
   pg_conn* connection_ = nullptr;
-  std::set<std::string> prepared_;
+  std::set<std::string, std::less<>> prepared_;
 };
 
 // libpq's message on one line: newlines and tabs become spaces, trailing
