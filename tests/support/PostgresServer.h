@@ -4,7 +4,8 @@
 // and starts a server that listens only on a Unix socket in that directory
 // (no TCP port), with fsync off for speed and trust authentication for the
 // superuser "vorn". The server is stopped and its directory deleted when the
-// process ends (a static object's destructor, so also after failed tests).
+// process ends: by a static object's destructor (so also after failed
+// tests), and by a watchdog process when the process crashes or is killed.
 // A program that never calls shared() starts nothing.
 //
 //   vorn::test::PostgresServer& server = vorn::test::PostgresServer::shared();
@@ -124,6 +125,7 @@ class PostgresServer {
     data_ = root_ + "/data";
     try {
       if (geteuid() == 0) hand_over_to_postgres_user();
+      start_watchdog();
       run({bin("initdb"), "-D", data_, "-U", "vorn", "-A", "trust", "-E", "UTF8", "--locale=C", "--no-sync"}, true,
           true);
       start();
@@ -171,6 +173,38 @@ class PostgresServer {
     }
     if (std::system("command -v initdb >/dev/null 2>&1") == 0) return std::string();
     fail("no PostgreSQL server binaries (initdb, pg_ctl) found: install postgresql or set VORN_POSTGRES_BINDIR");
+  }
+
+  // A process that waits for this one to end, however it ends (a crash or
+  // SIGKILL runs no destructor), and then stops the server and deletes the
+  // directory. It waits on a pipe whose writing end only this process holds
+  // (close-on-exec keeps it from the programs it runs).
+  void start_watchdog() {
+    int ends[2];
+    if (pipe(ends) != 0) fail(std::string("cannot create a pipe: ") + std::strerror(errno));
+    fcntl(ends[1], F_SETFD, FD_CLOEXEC);
+    const std::string pg_ctl = bin("pg_ctl");
+    const char* script = "cat >/dev/null; \"$0\" stop -D \"$1\" -m immediate -w >/dev/null 2>&1; rm -rf \"$2\"";
+    const pid_t child = fork();
+    if (child < 0) fail(std::string("cannot fork: ") + std::strerror(errno));
+    if (child == 0) {
+      dup2(ends[0], 0);
+      close(ends[0]);
+      close(ends[1]);
+      const int null = open("/dev/null", O_WRONLY);
+      if (null >= 0) {
+        dup2(null, 1);
+        dup2(null, 2);
+      }
+      // Out of the test's process group, so that a signal to the group
+      // (Ctrl-C, a harness's timeout) leaves it to clean up.
+      setsid();
+      if (as_postgres_ && (setgroups(0, nullptr) != 0 || setgid(gid_) != 0 || setuid(uid_) != 0)) _exit(126);
+      execl("/bin/sh", "sh", "-c", script, pg_ctl.c_str(), data_.c_str(), root_.c_str(), static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    close(ends[0]);
+    watchdog_pipe_ = ends[1];
   }
 
   void hand_over_to_postgres_user() {
@@ -262,6 +296,7 @@ class PostgresServer {
   uid_t uid_ = 0;
   gid_t gid_ = 0;
   bool running_ = false;
+  int watchdog_pipe_ = -1;
   std::mutex mutex_;
 };
 
