@@ -294,6 +294,26 @@ TEST(PostgresDatabase, WriterKilledInABatchLeavesAllOrNothing) {
   EXPECT_EQ(db->identifier(0).text(), "before");
 }
 
+TEST(PostgresDatabase, ReconnectsAfterTheServerCameBack) {
+  PostgresServer& server = PostgresServer::shared();
+  auto db = PostgresDatabase<Entry>::open(server.uri(fresh_database()), writing());
+  db->append(make_entry("A", "a"));
+  server.restart();
+  EXPECT_EQ(db->size(), 1);
+  server.restart();
+  db->append(make_entry("B", "b"));
+  EXPECT_EQ(db->identifier(1).text(), "B");
+
+  server.stop();
+  const std::string read_error = error_of([&] { db->size(); });
+  const std::string write_error = error_of([&] { db->append(make_entry("C", "c")); });
+  server.start();
+  EXPECT_EQ(read_error.rfind("PostgresDatabase::size: connection lost: ", 0), 0u) << read_error;
+  EXPECT_EQ(write_error.rfind("PostgresDatabase::append: connection lost: ", 0), 0u) << write_error;
+  EXPECT_NE(write_error.find("; the change was not applied"), std::string::npos) << write_error;
+  EXPECT_EQ(identifiers_of(*db), (std::vector<std::string>{"A", "B"}));
+}
+
 // The server restarts while a thread appends: every call returns or says
 // what became of its change, and the database holds exactly the changes
 // acknowledged or reported applied, at dense positions.
