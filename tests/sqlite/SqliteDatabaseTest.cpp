@@ -1,0 +1,398 @@
+// What is particular to the SQLite backend: opening and creating files,
+// foreign and newer files, durability, locators, byte-exact entry images,
+// the index behind nearest_entry, and several processes writing at once.
+// The behaviour every backend shares is tested in tests/backends.
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "database/TempDirectory.h"
+#include "vorn/database/ArchiveDatabase.h"
+#include "vorn/database/OpenDatabase.h"
+#include "vorn/database/SqliteDatabase.h"
+#include "vorn/database/database_error.h"
+
+namespace vorn {
+namespace {
+
+using Entry = DatabaseEntry<std::string>;
+using Db = SqliteDatabase<Entry>;
+using Id = DatabaseEntryIdentifier;
+using test::make_entry;
+using test::TempDirectory;
+
+DatabaseOptions writable_options(bool create = true) {
+  DatabaseOptions options;
+  options.writable = true;
+  options.create_if_missing = create;
+  return options;
+}
+
+// The message of the database_error `open` throws, or "" when it throws none.
+template <class Open>
+std::string error_of(Open open) {
+  try {
+    open();
+  } catch (const database_error& e) {
+    return e.what();
+  }
+  return "";
+}
+
+// Overwrites the big-endian 32-bit field at `offset` of the database file's
+// header (60: user_version, 68: application_id). The file must be closed.
+void patch_header(const std::string& path, std::size_t offset, std::uint32_t value) {
+  std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+  file.seekp(static_cast<std::streamoff>(offset));
+  const char bytes[4] = {static_cast<char>(value >> 24), static_cast<char>(value >> 16), static_cast<char>(value >> 8),
+                         static_cast<char>(value)};
+  file.write(bytes, 4);
+}
+
+std::vector<std::string> identifiers_of(const Db& db) {
+  std::vector<std::string> ids;
+  for (const Id& id : db.identifiers()) ids.push_back(id.text());
+  return ids;
+}
+
+TEST(SqliteDatabase, Tour) {
+  TempDirectory dir;
+  const std::string file = dir.file("genes.sqlite");
+  {
+    auto db = Db::open(file, writable_options());
+    db->append(make_entry("X1", "hello"));
+    db->append(make_entry("x2", "world"));
+    EXPECT_EQ(db->locator(), "sqlite:" + file);
+  }
+  auto again = open_database<Entry>("sqlite:" + file, Archive::READ);
+  ASSERT_EQ(again->size(), 2);
+  EXPECT_EQ(*again->entry(Id("x2"))->data(), "world");
+  EXPECT_FALSE(again->writable());
+  Database<Entry>::IdentifierMatch match;
+  EXPECT_EQ(again->nearest_entry(Id("X2"), match), 1);
+  EXPECT_EQ(match, Database<Entry>::case_insensitive_match);
+}
+
+TEST(SqliteDatabase, OpeningRules) {
+  TempDirectory dir;
+  const std::string missing = dir.file("missing.sqlite");
+  DatabaseOptions read_only;
+  EXPECT_EQ(error_of([&] { Db db(missing, read_only); }),
+            "SqliteDatabase::open: no database (no such file): " + missing +
+                "; create it with create_if_missing (vorn db create)");
+  EXPECT_EQ(error_of([&] { Db db(missing, writable_options(false)); }),
+            "SqliteDatabase::open: no database (no such file): " + missing +
+                "; create it with create_if_missing (vorn db create)");
+  EXPECT_FALSE(dir.exists("missing.sqlite"));
+
+  const std::string nowhere = dir.file("no/such/dir.sqlite");
+  EXPECT_NE(error_of([&] { Db db(nowhere, writable_options()); }).find("SqliteDatabase::open: cannot create " + nowhere),
+            std::string::npos);
+  EXPECT_FALSE(dir.exists("no"));
+
+  DatabaseOptions exclusive = writable_options();
+  exclusive.error_if_exists = true;
+  const std::string fresh = dir.file("fresh.sqlite");
+  EXPECT_EQ(error_of([&] { Db db(fresh, exclusive); }), "");
+  EXPECT_EQ(error_of([&] { Db db(fresh, exclusive); }), "SqliteDatabase::open: database already exists: " + fresh);
+
+  // Created for reading only: the file and schema are made, writes refused.
+  DatabaseOptions create_read_only;
+  create_read_only.create_if_missing = true;
+  Db reader(dir.file("read.sqlite"), create_read_only);
+  EXPECT_EQ(reader.size(), 0);
+  EXPECT_EQ(error_of([&] { reader.append(make_entry("a", "1")); }),
+            "SqliteDatabase::append: database is not opened for writing");
+  EXPECT_EQ(error_of([&] { reader.store().apply({{EntryStore::Change::remove, Id("a"), ""}}, "apply"); }),
+            "SqliteDatabase::apply: database is not opened for writing");
+}
+
+TEST(SqliteDatabase, ForeignAndNewerFiles) {
+  TempDirectory dir;
+  dir.write("text.sqlite", std::string(4096, 'x'));
+  dir.write("empty.sqlite", "");
+  for (const char* name : {"no_id.sqlite", "newer.sqlite"}) {
+    Db db(dir.file(name), writable_options());
+  }
+  patch_header(dir.file("no_id.sqlite"), 68, 0x12345678);
+  patch_header(dir.file("newer.sqlite"), 60, 2);
+
+  struct Case {
+    const char* name;
+    const char* file;
+    std::string want;
+  };
+  const Case cases[] = {
+      {"not SQLite at all", "text.sqlite",
+       "SqliteDatabase::open: not an SQLite file (file is not a database): " + dir.file("text.sqlite")},
+      {"an empty file", "empty.sqlite",
+       "SqliteDatabase::open: not a vorn entry database (an empty SQLite file): " + dir.file("empty.sqlite")},
+      {"another application's database", "no_id.sqlite",
+       "SqliteDatabase::open: not a vorn entry database (no vorn application id): " + dir.file("no_id.sqlite")},
+      {"a newer schema", "newer.sqlite",
+       "SqliteDatabase::open: " + dir.file("newer.sqlite") + " has schema version 2; this library reads version 1"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(error_of([&] { Db db(dir.file(c.file), DatabaseOptions()); }), c.want);
+  }
+  // create_if_missing makes an empty file (as an interrupted creation leaves
+  // it) a database; it leaves a foreign one alone.
+  EXPECT_EQ(error_of([&] { Db db(dir.file("empty.sqlite"), writable_options()); }), "");
+  EXPECT_EQ(error_of([&] { Db db(dir.file("no_id.sqlite"), writable_options()); }), cases[2].want);
+}
+
+TEST(SqliteDatabase, DurabilityIsAnOptionAndCanChange) {
+  TempDirectory dir;
+  DatabaseOptions relaxed = writable_options();
+  relaxed.durability = Durability::relaxed;
+  Db db(dir.file("d.sqlite"), relaxed);
+  EXPECT_EQ(db.durability(), Durability::relaxed);
+  db.append(make_entry("a", "1"));
+  db.set_durability(Durability::full);
+  EXPECT_EQ(db.durability(), Durability::full);
+  db.append(make_entry("b", "2"));
+  // Both are committed, whatever the synchronisation: another connection sees them.
+  Db other(dir.file("d.sqlite"), DatabaseOptions());
+  EXPECT_EQ(other.size(), 2);
+}
+
+TEST(SqliteDatabase, LocatorsOpenTheSameFile) {
+  TempDirectory dir;
+  const std::string file = dir.file("l.sqlite");
+  auto created = open_database<Entry>("sqlite:" + file, writable_options());
+  created->append(make_entry("a", "1"));
+  EXPECT_EQ(created->locator(), "sqlite:" + file);
+  Db by_locator("sqlite:" + file, DatabaseOptions());
+  EXPECT_EQ(by_locator.file(), file);
+  EXPECT_EQ(by_locator.size(), 1);
+  std::unique_ptr<EntryStore> store = open_entry_store(created->locator(), DatabaseOptions());
+  EXPECT_EQ(store->class_name(), std::string("SqliteDatabase"));
+  EXPECT_EQ(store->find(Id("a")), 0);
+}
+
+TEST(SqliteDatabase, EntryImagesAreThoseOfADirectoryDatabase) {
+  TempDirectory dir;
+  const std::string odd_id = "\xff\xfe odd \x80";
+  const std::string data = std::string("bin\0ary", 7) + std::string(300, '\x01');
+  auto archive = ArchiveDatabase<Entry>::open(dir.path, "arch", writable_options());
+  archive->append(make_entry(odd_id, data));
+  Db db(dir.file("e.sqlite"), writable_options());
+  db.append(make_entry(odd_id, data));
+  EXPECT_EQ(db.store().read(0, "read"), dir.read("arch_" + odd_id + ".ade"));
+  EXPECT_EQ(db.identifier(0).text(), odd_id);
+  EXPECT_EQ(*db.entry(Id(odd_id))->data(), *archive->entry(Id(odd_id))->data());
+}
+
+TEST(SqliteDatabase, IdentifiersItCannotHold) {
+  TempDirectory dir;
+  Db db(dir.file("i.sqlite"), writable_options());
+  EXPECT_EQ(error_of([&] { db.append(make_entry("", "x")); }), "SqliteDatabase::append: identifier is empty");
+  EXPECT_EQ(error_of([&] { db.append(make_entry(std::string("a\0b", 3), "x")); }),
+            "SqliteDatabase::append: identifier holds a zero byte: a\\0b");
+  EXPECT_EQ(db.size(), 0);
+}
+
+// Random appends, replaces and removes against a vector of identifiers:
+// positions stay dense and in append order, and nearest_entry agrees with
+// the scan of Database::nearest_entry on identifiers with many equal
+// foldings and shared prefixes.
+TEST(SqliteDatabase, NearestAgreesWithTheScanAsPositionsShift) {
+  TempDirectory dir;
+  DatabaseOptions relaxed = writable_options();
+  relaxed.durability = Durability::relaxed;  // 400 commits: no syncing
+  Db db(dir.file("n.sqlite"), relaxed);
+  std::mt19937 random(2024);
+  const std::string alphabet = "aAbB_~\x7f\xe9";
+  const auto random_id = [&] {
+    std::string id(1 + random() % 3, 'a');
+    for (char& c : id) c = alphabet[random() % alphabet.size()];
+    return id;
+  };
+  std::vector<std::string> model;
+  for (int step = 0; step < 400; ++step) {
+    const std::string id = random_id();
+    const auto at = std::find(model.begin(), model.end(), id);
+    if (at == model.end()) {
+      db.append(make_entry(id, "v"));
+      model.push_back(id);
+    } else if (random() % 3 == 0) {
+      db.replace(make_entry(id, "w"));
+    } else {
+      db.remove(Id(id));
+      model.erase(at);
+    }
+  }
+  ASSERT_EQ(identifiers_of(db), model);
+  for (int probe = 0; probe < 300; ++probe) {
+    const Id target(probe % 10 == 0 ? std::string() : random_id() + (probe % 7 == 0 ? "z" : ""));
+    SCOPED_TRACE("target '" + target.text() + "'");
+    Database<Entry>::IdentifierMatch indexed_match;
+    Database<Entry>::IdentifierMatch scanned_match;
+    const int indexed = db.nearest_entry(target, indexed_match);
+    const int scanned = db.Database<Entry>::nearest_entry(target, scanned_match);
+    EXPECT_EQ(indexed, scanned);
+    EXPECT_EQ(indexed_match, scanned_match);
+  }
+  Db empty(dir.file("empty.sqlite"), writable_options());
+  Database<Entry>::IdentifierMatch match;
+  EXPECT_EQ(empty.nearest_entry(Id("a"), match), -1);
+}
+
+// Waits for `child` and returns its exit code, or -1 when it did not exit.
+int exit_code_of(pid_t child) {
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// Each of 8 processes makes 50 changes to identifiers of its own and tries
+// to append one shared identifier. Every process's own entries end as its
+// changes leave them, in its order of appending; exactly one shared append
+// wins; positions are dense.
+TEST(SqliteDatabaseProcesses, ConcurrentWritersLoseNothing) {
+  TempDirectory dir;
+  const std::string file = dir.file("p.sqlite");
+  { Db create(file, writable_options()); }
+  constexpr int processes = 8;
+  constexpr int changes = 50;
+  // Process p appends p_0 .. p_49, replaces every third one it appended and
+  // removes every fifth.
+  const auto expected_of = [&](int p) {
+    std::vector<std::pair<std::string, std::string>> left;
+    for (int k = 0; k < changes; ++k) {
+      const std::string id = std::to_string(p) + "_" + std::to_string(k);
+      if (k % 5 == 4) continue;
+      left.emplace_back(id, k % 3 == 0 ? "replaced" : "first");
+    }
+    return left;
+  };
+  std::vector<pid_t> children;
+  for (int p = 0; p < processes; ++p) {
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      int code = 0;
+      try {
+        Db db(file, writable_options(false));
+        for (int k = 0; k < changes; ++k) {
+          const std::string id = std::to_string(p) + "_" + std::to_string(k);
+          db.append(make_entry(id, "first"));
+          if (k % 3 == 0) db.replace(make_entry(id, "replaced"));
+          if (k % 5 == 4) db.remove(Id(id));
+          if (k == changes / 2) {
+            try {
+              db.append(make_entry("shared", std::to_string(p)));
+              code = 10;
+            } catch (const database_error&) {
+            }
+          }
+        }
+      } catch (...) {
+        ::_exit(1);
+      }
+      ::_exit(code);
+    }
+    children.push_back(child);
+  }
+  int winners = 0;
+  for (pid_t child : children) {
+    const int code = exit_code_of(child);
+    EXPECT_TRUE(code == 0 || code == 10) << "a writer failed with " << code;
+    if (code == 10) ++winners;
+  }
+  EXPECT_EQ(winners, 1);
+
+  Db db(file, DatabaseOptions());
+  std::map<int, std::vector<std::pair<std::string, std::string>>> seen;
+  int shared = 0;
+  for (int i = 0; i < db.size(); ++i) {
+    const THandle<Entry> e = db.entry(i);
+    const std::string id = e->identifier().text();
+    if (id == "shared") {
+      ++shared;
+      continue;
+    }
+    seen[std::stoi(id.substr(0, id.find('_')))].emplace_back(id, *e->data());
+  }
+  EXPECT_EQ(shared, 1);
+  for (int p = 0; p < processes; ++p) {
+    SCOPED_TRACE("process " + std::to_string(p));
+    EXPECT_EQ(seen[p], expected_of(p));
+  }
+}
+
+// A writer killed while it commits a large batch leaves all of it or none.
+TEST(SqliteDatabaseProcesses, KilledBatchIsAllOrNothing) {
+  TempDirectory dir;
+  const std::string file = dir.file("k.sqlite");
+  {
+    Db db(file, writable_options());
+    db.append(make_entry("before", "x"));
+  }
+  constexpr int batch_size = 20000;
+  for (const int delay_us : {0, 50000, 150000, 300000, 1000000}) {
+    SCOPED_TRACE("killed after " + std::to_string(delay_us) + " us");
+    int ready[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      ::close(ready[0]);
+      try {
+        Db db(file, writable_options(false));
+        Db::Batch batch = db.batch();
+        for (int k = 0; k < batch_size; ++k) batch.append(make_entry("k" + std::to_string(k), std::string(200, 'k')));
+        batch.remove(Id("before"));
+        const char go = 'g';
+        if (::write(ready[1], &go, 1) != 1) ::_exit(1);
+        batch.commit();
+      } catch (...) {
+        ::_exit(1);
+      }
+      ::_exit(0);
+    }
+    ::close(ready[1]);
+    char go = 0;
+    ASSERT_EQ(::read(ready[0], &go, 1), 1);
+    ::close(ready[0]);
+    ::usleep(static_cast<useconds_t>(delay_us));
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+
+    bool applied = false;
+    {
+      Db db(file, DatabaseOptions());
+      applied = db.size() == batch_size;
+      if (applied) {
+        EXPECT_FALSE(db.identifier_exists(Id("before")));
+        EXPECT_EQ(db.identifier(batch_size - 1).text(), "k" + std::to_string(batch_size - 1));
+      } else {
+        EXPECT_EQ(db.size(), 1);
+        EXPECT_EQ(db.identifier(0).text(), "before");
+      }
+    }
+    // The first delays end inside the commit, the last after it (the commit
+    // takes a few hundred milliseconds); either way it is all or nothing.
+    if (applied) {  // start the next round from one entry again
+      std::filesystem::remove(file);
+      Db fresh(file, writable_options());
+      fresh.append(make_entry("before", "x"));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace vorn
