@@ -67,7 +67,7 @@ constexpr std::array<const char*, statement_count> statement_sql = {{
 constexpr const char* schema_sql =
     "CREATE TABLE entries(position INTEGER PRIMARY KEY, identifier BLOB NOT NULL, folded BLOB NOT NULL, "
     "bytes BLOB NOT NULL);"
-    "CREATE INDEX entries_by_identifier ON entries(identifier, position);"
+    "CREATE UNIQUE INDEX entries_by_identifier ON entries(identifier);"
     "CREATE INDEX entries_by_folded ON entries(folded, position);";
 
 // SQLite reads a name that starts with "file:" as a URI when it was built to;
@@ -179,6 +179,14 @@ class Run {
     const int rc = sqlite3_step(statement_);
     if (rc == SQLITE_ROW) return true;
     if (rc == SQLITE_DONE) return false;
+    connection_.fail(operation_, step_, rc);
+  }
+  // Runs a statement that yields no rows; false when it broke a
+  // uniqueness constraint.
+  bool execute_unique() {
+    const int rc = sqlite3_step(statement_);
+    if (rc == SQLITE_DONE) return true;
+    if (rc == SQLITE_CONSTRAINT_UNIQUE) return false;
     connection_.fail(operation_, step_, rc);
   }
   void execute() { step(); }
@@ -420,13 +428,14 @@ void SqliteEntryStore::apply(const std::vector<Change>& changes, const char* ope
     switch (change.kind) {
       case Change::append: {
         check_new_identifier(change.id);
-        if (find(change.id) >= 0) {
+        // The unique index on identifier finds a duplicate without a
+        // separate lookup.
+        Run insert(c, insert_statement, operation, "write to");
+        insert.bind(1, count).bind(2, change.id.text()).bind(3, toupper(change.id.text())).bind(4, change.bytes);
+        if (!insert.execute_unique()) {
           throw database_error(class_prefix + "append: database already contains an entry with this identifier: " +
                                change.id);
         }
-        Run insert(c, insert_statement, operation, "write to");
-        insert.bind(1, count).bind(2, change.id.text()).bind(3, toupper(change.id.text())).bind(4, change.bytes);
-        insert.execute();
         ++count;
         break;
       }

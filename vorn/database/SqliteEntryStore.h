@@ -4,10 +4,10 @@
 //   entries(position INTEGER PRIMARY KEY, identifier BLOB NOT NULL,
 //           folded BLOB NOT NULL, bytes BLOB NOT NULL)
 //
-// indexed by (identifier, position) and (folded, position), where `folded`
-// is the identifier with its ASCII letters upper-cased, so that nearest()
-// answers from the index in logarithmic time exactly as the scan of
-// Database::nearest_entry would. `bytes` is the whole entry image (version
+// with a unique index on identifier and an index on (folded, position),
+// where `folded` is the identifier with its ASCII letters upper-cased, so
+// that nearest() answers from the index in logarithmic time exactly as the
+// scan of Database::nearest_entry would. `bytes` is the whole entry image (version
 // 6, then the entry), byte for byte the content of a directory database's
 // entry file. The file is marked with PRAGMA application_id = 0x766F726E
 // ("vorn") and PRAGMA user_version = 1, the schema version.

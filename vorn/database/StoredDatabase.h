@@ -152,7 +152,11 @@ class StoredDatabase : public Database<Entry> {
       archive << static_cast<int>(VersionedArchive::current_version);
       entry.write(archive);
     }
-    return image.take();
+    // The device's buffer grows ahead of the writes (4 KiB at least); a
+    // batch holds many images, so each keeps only its bytes.
+    std::string bytes = image.take();
+    bytes.shrink_to_fit();
+    return bytes;
   }
 
  protected:

@@ -1,0 +1,10 @@
+# bench_sqlite compares SqliteDatabase with raw calls of the SQLite C API.
+target_link_libraries(bench_sqlite PRIVATE vorn::sqlite)
+find_package(SQLite3 QUIET)
+if(SQLite3_FOUND)
+  target_link_libraries(bench_sqlite PRIVATE SQLite::SQLite3)
+else()
+  find_package(PkgConfig REQUIRED)
+  pkg_check_modules(VORN_SQLITE3 REQUIRED IMPORTED_TARGET sqlite3)
+  target_link_libraries(bench_sqlite PRIVATE PkgConfig::VORN_SQLITE3)
+endif()
