@@ -205,7 +205,8 @@ TEST(SqliteDatabase, IdentifiersItCannotHold) {
   EXPECT_EQ(db.size(), 0);
 }
 
-// Random appends, replaces and removes against a vector of identifiers:
+// Random appends, replaces and removes, alone and in batches, against a
+// vector of identifiers:
 // positions stay dense and in append order, and nearest_entry agrees with
 // the scan of Database::nearest_entry on identifiers with many equal
 // foldings and shared prefixes.
@@ -236,6 +237,24 @@ TEST(SqliteDatabase, NearestAgreesWithTheScanAsPositionsShift) {
     }
   }
   ASSERT_EQ(identifiers_of(db), model);
+  // Batches remove several entries (and append after removing) before the
+  // gaps they leave are closed.
+  for (int round = 0; round < 20; ++round) {
+    Db::Batch batch = db.batch();
+    for (int k = 0; k < 15; ++k) {
+      const std::string id = random_id();
+      const auto at = std::find(model.begin(), model.end(), id);
+      if (at == model.end()) {
+        batch.append(make_entry(id, "b"));
+        model.push_back(id);
+      } else {
+        batch.remove(Id(id));
+        model.erase(at);
+      }
+    }
+    batch.commit();
+    ASSERT_EQ(identifiers_of(db), model) << "after batch " << round;
+  }
   for (int probe = 0; probe < 300; ++probe) {
     const Id target(probe % 10 == 0 ? std::string() : random_id() + (probe % 7 == 0 ? "z" : ""));
     SCOPED_TRACE("target '" + target.text() + "'");

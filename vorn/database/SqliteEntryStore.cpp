@@ -1,5 +1,6 @@
 #include "vorn/database/SqliteEntryStore.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <optional>
@@ -31,8 +32,8 @@ enum StatementId : std::size_t {
   insert_statement,
   update_statement,
   delete_statement,
-  negate_statement,
-  restore_statement,
+  positions_above_statement,
+  move_statement,
   begin_statement,
   commit_statement,
   rollback_statement,
@@ -54,11 +55,8 @@ constexpr std::array<const char*, statement_count> statement_sql = {{
     "INSERT INTO entries(position, identifier, folded, bytes) VALUES (?1, ?2, ?3, ?4)",
     "UPDATE entries SET bytes = ?2 WHERE position = ?1",
     "DELETE FROM entries WHERE position = ?1",
-    // Shifting the positions above a removed one down by one in a single
-    // UPDATE could meet a position not yet moved (SQLite updates rows in no
-    // promised order), so they are negated first and then restored.
-    "UPDATE entries SET position = -position WHERE position > ?1",
-    "UPDATE entries SET position = -position - 1 WHERE position < 0",
+    "SELECT position FROM entries WHERE position > ?1 ORDER BY position",
+    "UPDATE entries SET position = ?2 WHERE position = ?1",
     "BEGIN IMMEDIATE",
     "COMMIT",
     "ROLLBACK",
@@ -333,8 +331,12 @@ std::unique_ptr<EntryStore> SqliteEntryStore::open_locator(const DatabaseLocator
   return std::make_unique<SqliteEntryStore>(locator.target(), options);
 }
 
+// Relaxed is NORMAL, not OFF: with a write-ahead log NORMAL syncs only at
+// checkpoints, so commits cost no sync, yet a power cut loses at most the
+// latest transactions; OFF would not sync checkpoints either, and a power cut
+// during one could damage entries committed long before.
 void SqliteEntryStore::set_durability(Durability durability) {
-  connection_->execute(durability == Durability::full ? "PRAGMA synchronous=FULL" : "PRAGMA synchronous=OFF",
+  connection_->execute(durability == Durability::full ? "PRAGMA synchronous=FULL" : "PRAGMA synchronous=NORMAL",
                        "set_durability", "set the durability of");
   durability_ = durability;
 }
@@ -419,11 +421,39 @@ void SqliteEntryStore::check_new_identifier(const DatabaseEntryIdentifier& id) c
   }
 }
 
+namespace {
+
+// Moves every entry above the lowest removed position down by the number of
+// positions removed below it, so that positions are dense again and keep
+// their order. The entries are moved in ascending order: each one's new
+// position is free by then (removed, or left by an entry already moved),
+// which a single UPDATE of them all could not promise.
+void close_gaps(detail::SqliteConnection& c, std::vector<long long>& removed, const char* operation) {
+  if (removed.empty()) return;
+  std::sort(removed.begin(), removed.end());
+  std::vector<long long> above;
+  {
+    Run select(c, positions_above_statement, operation, "read");
+    select.bind(1, removed.front());
+    while (select.step()) above.push_back(select.integer(0));
+  }
+  std::size_t below = 0;  // removed positions below the current one
+  for (const long long position : above) {
+    while (below < removed.size() && removed[below] < position) ++below;
+    Run(c, move_statement, operation, "write to").bind(1, position).bind(2, position - static_cast<long long>(below)).execute();
+  }
+}
+
+}  // namespace
+
 void SqliteEntryStore::apply(const std::vector<Change>& changes, const char* operation) {
   if (!writable_) throw database_error(class_prefix + operation + ": database is not opened for writing");
   detail::SqliteConnection& c = *connection_;
   WriteTransaction transaction(c, operation);
-  int count = size();
+  // Removals leave gaps, closed once at the end of the batch; until then
+  // an entry keeps the position it had, and appends take fresh ones.
+  int next = size();
+  std::vector<long long> removed;
   for (const Change& change : changes) {
     switch (change.kind) {
       case Change::append: {
@@ -431,12 +461,12 @@ void SqliteEntryStore::apply(const std::vector<Change>& changes, const char* ope
         // The unique index on identifier finds a duplicate without a
         // separate lookup.
         Run insert(c, insert_statement, operation, "write to");
-        insert.bind(1, count).bind(2, change.id.text()).bind(3, toupper(change.id.text())).bind(4, change.bytes);
+        insert.bind(1, next).bind(2, change.id.text()).bind(3, toupper(change.id.text())).bind(4, change.bytes);
         if (!insert.execute_unique()) {
           throw database_error(class_prefix + "append: database already contains an entry with this identifier: " +
                                change.id);
         }
-        ++count;
+        ++next;
         break;
       }
       case Change::replace: {
@@ -457,15 +487,12 @@ void SqliteEntryStore::apply(const std::vector<Change>& changes, const char* ope
                                change.id);
         }
         Run(c, delete_statement, operation, "write to").bind(1, position).execute();
-        if (position + 1 < count) {
-          Run(c, negate_statement, operation, "write to").bind(1, position).execute();
-          Run(c, restore_statement, operation, "write to").execute();
-        }
-        --count;
+        removed.push_back(position);
         break;
       }
     }
   }
+  close_gaps(c, removed, operation);
   transaction.commit();
 }
 

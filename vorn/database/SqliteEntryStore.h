@@ -24,9 +24,13 @@
 // (writers queue for up to busy_timeout_ms), and every read asks the file
 // again, so a change another process committed is seen at once. A batch is
 // one transaction: all of it or none, also when the writer is killed.
-// Durability::full runs with PRAGMA synchronous=FULL (an acknowledged change
-// survives a power cut), Durability::relaxed with synchronous=OFF (a power
-// cut may lose the latest acknowledged changes, or damage the file).
+// Durability::full runs with PRAGMA synchronous=FULL: every commit is synced,
+// so an acknowledged change survives a power cut. Durability::relaxed runs
+// with synchronous=NORMAL: commits are not synced (only the log's
+// checkpoints into the file are), so a change survives the end of the
+// process at any point, but a power cut may lose the latest acknowledged
+// transactions; what is left is a consistent earlier state, never a damaged
+// file.
 //
 // A store opened for reading uses a read-only connection. SQLite still needs
 // the "-shm" and "-wal" files beside the database (it creates them when the
