@@ -23,6 +23,8 @@
 #include "vorn/database/OpenDatabase.h"
 #include "vorn/database/SqliteDatabase.h"
 #include "vorn/database/database_error.h"
+#include "vorn/io/MemoryDevice.h"
+#include "vorn/persistence/Archive.h"
 
 namespace vorn {
 namespace {
@@ -196,13 +198,43 @@ TEST(SqliteDatabase, EntryImagesAreThoseOfADirectoryDatabase) {
   EXPECT_EQ(*db.entry(Id(odd_id))->data(), *archive->entry(Id(odd_id))->data());
 }
 
-TEST(SqliteDatabase, IdentifiersItCannotHold) {
+// An identifier as an archive holds it: taken as it stands, blanks and
+// length unchecked.
+Id identifier_from_archive(const std::string& text) {
+  const std::uint32_t n = static_cast<std::uint32_t>(text.size());
+  MemoryDevice device(std::string{static_cast<char>(n >> 24), static_cast<char>(n >> 16), static_cast<char>(n >> 8),
+                                  static_cast<char>(n)} +
+                      text);
+  Archive archive(device, Archive::READ);
+  Id id;
+  id.read(archive);
+  return id;
+}
+
+TEST(SqliteDatabase, IdentifiersItHoldsAndRefuses) {
   TempDirectory dir;
   Db db(dir.file("i.sqlite"), writable_options());
-  EXPECT_EQ(error_of([&] { db.append(make_entry("", "x")); }), "SqliteDatabase::append: identifier is empty");
-  EXPECT_EQ(error_of([&] { db.append(make_entry(std::string("a\0b", 3), "x")); }),
-            "SqliteDatabase::append: identifier holds a zero byte: a\\0b");
-  EXPECT_EQ(db.size(), 0);
+  const Id padded = identifier_from_archive(" \tpadded ");
+  db.append(make_handle<Entry>(padded, make_handle<std::string>("p")));
+  EXPECT_EQ(db.identifier(0).text(), " \tpadded ");
+  EXPECT_EQ(db.find(padded)->identifier().text(), " \tpadded ");
+
+  struct Case {
+    const char* name;
+    Id id;
+    std::string want;
+  };
+  const Case cases[] = {
+      {"empty", Id(""), "SqliteDatabase::append: identifier is empty"},
+      {"zero byte", Id(std::string("a\0b", 3)), "SqliteDatabase::append: identifier holds a zero byte: a\\0b"},
+      {"too long", identifier_from_archive(std::string(256, 'l')),
+       "SqliteDatabase::append: identifier longer than 255 bytes: " + std::string(80, 'l') + "..."},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(error_of([&] { db.append(make_handle<Entry>(c.id, make_handle<std::string>("x"))); }), c.want);
+  }
+  EXPECT_EQ(db.size(), 1);
 }
 
 // Random appends, replaces and removes, alone and in batches, against a

@@ -9,9 +9,12 @@
 #include <sqlite3.h>
 
 #include "vorn/database/database_error.h"
+#include "vorn/database/detail/CountedString.h"
 #include "vorn/database/detail/EntryPaths.h"
 #include "vorn/foundation/StringFunctions.h"
 #include "vorn/io/FileSystem.h"
+#include "vorn/io/MemoryDevice.h"
+#include "vorn/persistence/Archive.h"
 
 namespace vorn {
 
@@ -244,6 +247,25 @@ class WriteTransaction {
 
 int as_position(long long value) { return static_cast<int>(value); }
 
+bool blank(char c) noexcept { return c == ' ' || c == '\t'; }
+
+// The identifier whose text is exactly `text`. The constructor from text
+// trims blanks and tabs, which an identifier read from an archive may carry
+// at its ends; reading the text back in its archive form keeps them.
+DatabaseEntryIdentifier identifier_of(const std::string& text) {
+  if (text.empty() || (!blank(text.front()) && !blank(text.back()))) return DatabaseEntryIdentifier(text);
+  MemoryDevice device;
+  {
+    Archive out(device, Archive::WRITE);
+    detail::write_counted_string(out, text);
+  }
+  MemoryDevice bytes(device.take());
+  Archive in(bytes, Archive::READ);
+  DatabaseEntryIdentifier id;
+  id.read(in);
+  return id;
+}
+
 }  // namespace
 
 SqliteEntryStore::SqliteEntryStore(const std::string& file, const DatabaseOptions& options)
@@ -351,7 +373,7 @@ DatabaseEntryIdentifier SqliteEntryStore::identifier(int i) const {
   Run run(*connection_, identifier_statement, "identifier", "read");
   run.bind(1, i);
   if (!run.step()) position_error(i);
-  return DatabaseEntryIdentifier(run.blob(0));
+  return identifier_of(run.blob(0));
 }
 
 int SqliteEntryStore::find(const DatabaseEntryIdentifier& id) const {
@@ -416,6 +438,11 @@ std::string SqliteEntryStore::entry_location(const DatabaseEntryIdentifier& id) 
 void SqliteEntryStore::check_new_identifier(const DatabaseEntryIdentifier& id) const {
   const std::string& text = id.text();
   if (text.empty()) throw database_error(class_prefix + "append: identifier is empty");
+  if (text.size() > DatabaseEntryIdentifier::maximum_length_) {
+    throw database_error(class_prefix + "append: identifier longer than " +
+                         std::to_string(DatabaseEntryIdentifier::maximum_length_) +
+                         " bytes: " + detail::shown_in_message(text));
+  }
   if (text.find('\0') != std::string::npos) {
     throw database_error(class_prefix + "append: identifier holds a zero byte: " + detail::shown_in_message(text));
   }

@@ -51,8 +51,11 @@
 //   for any other failure of SQLite;
 // - the messages of EntryStore for a store not opened for writing, duplicate
 //   or unknown identifiers and positions out of range; an identifier that
-//   is empty or holds a zero byte ("SqliteDatabase::append: identifier is
-//   empty", "SqliteDatabase::append: identifier holds a zero byte: <id>").
+//   is empty, longer than 255 bytes (one read from an archive may be) or
+//   holds a zero byte ("SqliteDatabase::append: identifier is empty",
+//   "...: identifier longer than 255 bytes: <id>", "...: identifier holds a
+//   zero byte: <id>"). Any other bytes are kept exactly, blanks at the ends
+//   included.
 #ifndef VORN_DATABASE_SQLITEENTRYSTORE_H_
 #define VORN_DATABASE_SQLITEENTRYSTORE_H_
 
