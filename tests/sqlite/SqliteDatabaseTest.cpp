@@ -110,6 +110,14 @@ TEST(SqliteDatabase, OpeningRules) {
   EXPECT_EQ(error_of([&] { Db db(fresh, exclusive); }), "");
   EXPECT_EQ(error_of([&] { Db db(fresh, exclusive); }), "SqliteDatabase::open: database already exists: " + fresh);
 
+  // A write-protected file is refused for writing, not found read-only later.
+  if (::geteuid() != 0) {
+    std::filesystem::permissions(fresh, std::filesystem::perms::owner_read);
+    EXPECT_EQ(error_of([&] { Db db(fresh, writable_options()); }),
+              "SqliteDatabase::open: cannot open for writing (the file is read-only): " + fresh);
+    EXPECT_EQ(error_of([&] { Db db(fresh, DatabaseOptions()); }), "");
+  }
+
   // Created for reading only: the file and schema are made, writes refused.
   DatabaseOptions create_read_only;
   create_read_only.create_if_missing = true;

@@ -310,6 +310,10 @@ SqliteEntryStore::SqliteEntryStore(const std::string& file, const DatabaseOption
   }
   check_schema();
   if (!writable_ && options.create_if_missing) c.open(false);
+  // SQLite quietly opens a write-protected file for reading only.
+  if (writable_ && sqlite3_db_readonly(c.db, "main") == 1) {
+    open_error("cannot open for writing (the file is read-only)", file_);
+  }
   if (writable_) c.execute("PRAGMA journal_mode=WAL", "open", "use a write-ahead log for");
   set_durability(durability_);
 }

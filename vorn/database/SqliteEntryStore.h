@@ -42,6 +42,8 @@
 //   with create_if_missing (vorn db create)", and nothing is created;
 // - "SqliteDatabase::open: database already exists: <file>" with
 //   error_if_exists;
+// - "SqliteDatabase::open: cannot open for writing (the file is read-only):
+//   <file>" for a write-protected file opened for writing;
 // - "SqliteDatabase::open: not an SQLite file (<SQLite's reason>): <file>";
 // - "SqliteDatabase::open: not a vorn entry database (no vorn application id):
 //   <file>";
