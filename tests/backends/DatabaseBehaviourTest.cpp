@@ -428,7 +428,9 @@ TYPED_TEST(DatabaseBehaviour, KilledWriterLeavesItsBatchWholeOrAbsent) {
     int listed = 0;
     for (const Id& id : db->identifiers()) listed += id.text().compare(0, prefix.size(), prefix) == 0 ? 1 : 0;
     EXPECT_TRUE(listed == 0 || listed == batch_size) << listed << " of the batch's entries are listed";
-    if (listed == batch_size) EXPECT_EQ(db->entry(Id(prefix + "0"))->data()->size(), 2000u);
+    if (listed == batch_size) {
+      EXPECT_EQ(db->entry(Id(prefix + "0"))->data()->size(), 2000u);
+    }
     EXPECT_EQ(db->identifier(0).text(), "before");
   }
 }
