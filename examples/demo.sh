@@ -13,7 +13,7 @@ trap 'rm -rf "$db"' EXIT
 run() {
   local shown="$*"
   echo "\$ vorn ${shown//$db/\$DB}"
-  "$vorn" "$@"
+  "$vorn" "$@" 2>&1 | sed "s|$db|\$DB|g"
 }
 
 run db create "$db" proteins
@@ -22,5 +22,7 @@ run db list "$db" proteins
 run db get "$db" proteins MYG_HUMAN
 run db nearest "$db" proteins hbb_human
 run db check "$db" proteins
+run db copy "$db/proteins.adi" "sqlite:$db/proteins.sqlite"
+run db get "sqlite:$db/proteins.sqlite" MYG_HUMAN
 run ids diff "$data/screen_a.gcd" "$data/screen_b.gcd"
 run pairs uniq --ignore-order "$data/similar.dip"
