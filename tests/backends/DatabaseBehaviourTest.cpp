@@ -392,7 +392,7 @@ TYPED_TEST(DatabaseBehaviour, ConcurrentProcessesLoseNothing) {
   std::map<std::string, std::string> found;
   int shared = 0;
   for (const THandle<Entry>& entry : *db) {
-    const std::string& id = entry->identifier().text();
+    const std::string id = entry->identifier().text();
     if (id.compare(0, 6, "shared") == 0) {
       ++shared;
     } else {

@@ -171,10 +171,13 @@ class Run {
   }
   // As a BLOB, so that comparisons are bytewise; a zero-length blob is not
   // NULL because a std::string's data() is never null.
+  // The bytes are not copied: they must outlive the step, so a temporary
+  // string is refused at compile time.
   Run& bind(int index, const std::string& bytes) {
     check(sqlite3_bind_blob64(statement_, index, bytes.data(), bytes.size(), SQLITE_STATIC));
     return *this;
   }
+  Run& bind(int index, std::string&& bytes) = delete;
   // True when a row came, false when the statement is done.
   bool step() {
     const int rc = sqlite3_step(statement_);
@@ -491,8 +494,9 @@ void SqliteEntryStore::apply(const std::vector<Change>& changes, const char* ope
         check_new_identifier(change.id);
         // The unique index on identifier finds a duplicate without a
         // separate lookup.
+        const std::string folded = toupper(change.id.text());
         Run insert(c, insert_statement, operation, "write to");
-        insert.bind(1, next).bind(2, change.id.text()).bind(3, toupper(change.id.text())).bind(4, change.bytes);
+        insert.bind(1, next).bind(2, change.id.text()).bind(3, folded).bind(4, change.bytes);
         if (!insert.execute_unique()) {
           throw database_error(class_prefix + "append: database already contains an entry with this identifier: " +
                                change.id);
