@@ -163,59 +163,6 @@ TEST(PostgresDatabase, DurabilitySetsSynchronousCommit) {
   EXPECT_EQ(PostgresDatabase<Entry>::open(uri, writing())->store().durability(), Durability::full);
 }
 
-TEST(PostgresDatabase, EntryImagesAreThoseOfTheDirectoryDatabase) {
-  PostgresServer& server = PostgresServer::shared();
-  const std::string name = fresh_database();
-  auto db = PostgresDatabase<Entry>::open(server.uri(name), writing());
-  test::TempDirectory dir;
-  auto files = ArchiveDatabase<Entry>::open(dir.path, "copy", writing());
-  const std::string odd_id("\xff\x01 b\xc3", 5);  // not UTF-8, inner blank
-  const std::string data("\0\x01\xfe text", 8);
-  db->append(make_entry(odd_id, data));
-  files->append(make_entry(odd_id, data));
-  EXPECT_EQ(db->identifier(0).text(), odd_id);
-  EXPECT_EQ(db->store().read(0, "read_entry"), dir.read("copy_" + odd_id + ".ade"));
-  EXPECT_EQ(*db->entry(0)->data(), *files->entry(0)->data());
-}
-
-TEST(PostgresDatabase, NearestMatchesTheScan) {
-  const std::string uri = PostgresServer::shared().uri(fresh_database());
-  auto db = PostgresDatabase<Entry>::open(uri, writing());
-  // Short identifiers over few letters in both cases, so that case-only
-  // twins, prefixes and bytes above 'z' all occur.
-  std::mt19937 random(7);
-  const std::string alphabet = "aAbB_~\x7f\xe9";
-  const auto random_id = [&] {
-    std::string id;
-    const int length = 1 + static_cast<int>(random() % 3);
-    for (int i = 0; i < length; ++i) id += alphabet[random() % alphabet.size()];
-    return id;
-  };
-  auto batch = db->batch();
-  std::map<std::string, bool> seen;
-  for (int i = 0; i < 120; ++i) {
-    const std::string id = random_id();
-    if (seen[id]) continue;
-    seen[id] = true;
-    batch.append(make_entry(id, ""));
-  }
-  batch.commit();
-  for (int i = 0; i < 300; ++i) {
-    const DatabaseEntryIdentifier target(random_id());
-    SCOPED_TRACE(target.text());
-    Database<Entry>::IdentifierMatch indexed;
-    Database<Entry>::IdentifierMatch scanned;
-    const int position = db->nearest_entry(target, indexed);
-    EXPECT_EQ(position, db->Database<Entry>::nearest_entry(target, scanned));
-    EXPECT_EQ(indexed, scanned);
-  }
-  Database<Entry>::IdentifierMatch match;
-  auto empty = PostgresDatabase<Entry>::open(PostgresServer::shared().uri(fresh_database() + "x"), writing());
-  EXPECT_EQ(empty->nearest_entry(DatabaseEntryIdentifier("a"), match), -1);
-}
-
-// Each of 8 processes appends, replaces and removes entries of its own;
-// the result must be every acknowledged change, in each writer's order.
 TEST(PostgresDatabase, ConcurrentWriterProcesses) {
   const std::string uri = PostgresServer::shared().uri(fresh_database());
   constexpr int writers = 8;
@@ -261,37 +208,6 @@ TEST(PostgresDatabase, ConcurrentWriterProcesses) {
     last_round[w] = r;
     EXPECT_EQ(*db->entry(i)->data(), "second");
   }
-}
-
-TEST(PostgresDatabase, WriterKilledInABatchLeavesAllOrNothing) {
-  const std::string uri = PostgresServer::shared().uri(fresh_database());
-  PostgresDatabase<Entry>::open(uri, writing())->append(make_entry("before", ""));
-  constexpr int count = 20000;
-  for (const int delay_ms : {150, 400}) {
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-      auto db = PostgresDatabase<Entry>::open(uri, writing());
-      auto batch = db->batch();
-      for (int i = 0; i < count; ++i) batch.append(make_entry(std::to_string(delay_ms) + "-" + std::to_string(i), "x"));
-      batch.commit();
-      _exit(0);
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(delay_ms));
-    kill(child, SIGKILL);
-    int status = 0;
-    waitpid(child, &status, 0);
-  }
-  auto db = PostgresDatabase<Entry>::open(uri, writing());
-  for (const int delay_ms : {150, 400}) {
-    SCOPED_TRACE(delay_ms);
-    const std::string prefix = std::to_string(delay_ms) + "-";
-    const bool first = db->identifier_exists(DatabaseEntryIdentifier(prefix + "0"));
-    const bool last = db->identifier_exists(DatabaseEntryIdentifier(prefix + std::to_string(count - 1)));
-    EXPECT_EQ(first, last);
-  }
-  EXPECT_EQ((db->size() - 1) % count, 0);
-  EXPECT_EQ(db->identifier(0).text(), "before");
 }
 
 TEST(PostgresDatabase, ReconnectsAfterTheServerCameBack) {
