@@ -196,13 +196,15 @@ void PostgresEntryStore::open_schema(const DatabaseOptions& options) {
   PostgresResult found = connection.run(tables, {});
   bool meta = found.bytes(0, 0) == std::string(1, '\1');
   bool entries = found.bytes(0, 1) == std::string(1, '\1');
-  if (!meta && !entries) {
-    if (!options.create_if_missing) {
+  if (!meta || !entries) {
+    // Another process may be creating the tables just now, and the two
+    // lookups above may fall on either side of its commit: look again, as
+    // one snapshot, under the creators' lock.
+    if (create_schema(options.create_if_missing, meta, entries)) return;
+    if (!meta && !entries) {
       open_error("not a vorn entry database (no vorn tables): " + locator_ +
                  "; create one with create_if_missing or vorn db create");
     }
-    create_schema();
-    return;
   }
   if (!meta) open_error("not a vorn entry database (no vorn_meta table): " + locator_);
   if (!entries) open_error("not a vorn entry database (no vorn_entries table): " + locator_);
@@ -217,23 +219,31 @@ void PostgresEntryStore::open_schema(const DatabaseOptions& options) {
   }
 }
 
-void PostgresEntryStore::create_schema() {
+bool PostgresEntryStore::create_schema(bool create, bool& meta, bool& entries) {
   PostgresConnection& connection = session_->connection;
   // Concurrent creators queue on the lock; the later ones find the tables.
   connection.execute("BEGIN");
+  bool created = false;
   try {
     connection.execute(create_lock_sql);
     // Read pg_class itself: to_regclass() may answer from a cache that has
     // not yet seen the tables another creator committed while we waited.
     PostgresResult found = connection.execute(
-        "SELECT count(*) FROM pg_class c JOIN pg_namespace n ON n.oid = c.relnamespace"
-        " WHERE c.relname = 'vorn_meta' AND n.nspname = current_schema()");
-    if (found.bytes(0, 0) == "0") connection.execute(schema_sql);
+        "SELECT count(*) FILTER (WHERE c.relname = 'vorn_meta'), count(*) FILTER (WHERE c.relname = 'vorn_entries')"
+        " FROM pg_class c JOIN pg_namespace n ON n.oid = c.relnamespace"
+        " WHERE c.relname IN ('vorn_meta', 'vorn_entries') AND n.nspname = current_schema()");
+    meta = found.bytes(0, 0) != "0";
+    entries = found.bytes(0, 1) != "0";
+    if (create && !meta && !entries) {
+      connection.execute(schema_sql);
+      created = true;
+    }
     connection.execute("COMMIT");
   } catch (...) {
     roll_back(connection);
     throw;
   }
+  return created;
 }
 
 void PostgresEntryStore::set_durability(Durability durability) {

@@ -101,7 +101,10 @@ class VORN_POSTGRES_API PostgresEntryStore final : public EntryStore {
   struct Session;
 
   void open_schema(const DatabaseOptions& options);
-  void create_schema();
+  // Looks for the tables again under the creators' lock and, when neither
+  // exists and `create` is set, creates them. Returns true when it created
+  // them; sets `meta` and `entries` to what it found.
+  bool create_schema(bool create, bool& meta, bool& entries);
   template <class Action>
   auto reading(const char* operation, Action action) const;
   void apply_once(const std::vector<Change>& changes, bool& commit_sent, long long& transaction);
