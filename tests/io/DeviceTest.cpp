@@ -49,6 +49,12 @@ class FakeFile : public File {
     disk_.bytes.replace(offset, size, static_cast<const char*>(data), size);
   }
   std::uint64_t size() override { return disk_.bytes.size(); }
+  FileStatus status() override {
+    FileStatus status;
+    status.type = FileStatus::Type::regular;
+    status.size = disk_.bytes.size();
+    return status;
+  }
   void truncate(std::uint64_t size) override { disk_.bytes.resize(size); }
   void sync() override {
     if (disk_.sync_error != 0) throw FileError(disk_.sync_error, "File::sync", path());

@@ -1,4 +1,6 @@
+#include <fcntl.h>
 #include <poll.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -122,6 +124,57 @@ TEST(PosixFileSystem, LockExcludesAnotherProcess) {
   ::waitpid(child, &status, 0);
   EXPECT_EQ(status, 0);
   for (int fd : {go[0], go[1], done[0], done[1]}) ::close(fd);
+}
+
+// True when another open file description cannot take the lock right now.
+bool locked_elsewhere(const std::string& path) {
+  const int fd = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+  if (fd < 0) return false;
+  const bool locked = ::flock(fd, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+  ::close(fd);
+  return locked;
+}
+
+TEST(PosixFileSystem, LockIsLetGoAndTakenAgainWithoutReopening) {
+  ScratchDirectory dir;
+  const std::string path = dir.file("LOCK");
+  auto lock = FileSystem::posix().lock(path);
+  EXPECT_TRUE(locked_elsewhere(path));
+  lock->unlock();
+  EXPECT_FALSE(locked_elsewhere(path));
+  lock->relock();
+  EXPECT_TRUE(locked_elsewhere(path));
+}
+
+TEST(PosixFileSystem, LockTakenAgainInAForkedChildExcludesTheParent) {
+  ScratchDirectory dir;
+  const std::string path = dir.file("LOCK");
+  auto lock = FileSystem::posix().lock(path);
+  lock->unlock();
+  int taken[2];
+  int letting_go[2];
+  ASSERT_EQ(::pipe(taken), 0);
+  ASSERT_EQ(::pipe(letting_go), 0);
+  const pid_t child = ::fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    // The inherited descriptor is the parent's too: taking the lock on it
+    // would not keep the parent out.
+    lock->relock();
+    if (::write(taken[1], "L", 1) != 1) ::_exit(1);
+    ::usleep(300 * 1000);
+    if (::write(letting_go[1], "U", 1) != 1) ::_exit(1);
+    lock->unlock();
+    ::_exit(0);
+  }
+  ASSERT_TRUE(readable_within(taken[0], 10000));
+  lock->relock();
+  EXPECT_TRUE(readable_within(letting_go[0], 0));  // it waited for the child
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  for (int fd : {letting_go[0], letting_go[1]}) ::close(fd);
+  for (int fd : {taken[0], taken[1]}) ::close(fd);
 }
 
 }  // namespace

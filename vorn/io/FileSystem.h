@@ -110,6 +110,8 @@ class VORN_API File {
   virtual void write_at(std::uint64_t offset, const void* data, std::size_t size) = 0;
   // The current size of the file.
   virtual std::uint64_t size() = 0;
+  // The status of the open file (fstat(2)), whatever its name now is.
+  virtual FileStatus status() = 0;
   // Cuts or extends the file to `size` bytes.
   virtual void truncate(std::uint64_t size) = 0;
   // Makes every byte written so far durable (fsync).
@@ -124,12 +126,30 @@ class VORN_API File {
   std::string path_;
 };
 
-// An exclusive advisory lock, held until the object is destroyed.
+// An exclusive advisory lock, held until the object is destroyed or
+// unlock() lets it go. The lock file stays open in between, so that a writer
+// making many small changes takes the lock again with relock() instead of
+// opening the file each time.
+//
+//   std::unique_ptr<FileLock> lock = FileSystem::current().lock(path);
+//   ... change the files the lock guards ...
+//   lock->unlock();
+//   ...
+//   lock->relock();  // throws FileError when the lock cannot be taken
 class VORN_API FileLock {
  public:
   virtual ~FileLock() = default;
   FileLock(const FileLock&) = delete;
   FileLock& operator=(const FileLock&) = delete;
+
+  // Lets the lock go; the file stays open. Does nothing when not held.
+  virtual void unlock() noexcept = 0;
+  // Takes the lock again after unlock(), waiting while another process or
+  // object holds it. Does nothing when held. In a child process forked after
+  // the lock file was opened, opens the file again and takes the lock there
+  // (held or not in the parent): a lock shared with the parent would exclude
+  // neither of them. A forked child calls relock() before any unlock().
+  virtual void relock() = 0;
 
  protected:
   FileLock() = default;

@@ -66,7 +66,9 @@ class VORN_API MemoryDevice : public Device {
   bool reserve_slow(std::size_t size) override;
 
  private:
-  static constexpr std::size_t initial_capacity_ = 1 << 12;
+  // Small: a growing buffer is zero-filled up to its capacity, and most
+  // images written to memory (an entry, a record) are a few hundred bytes.
+  static constexpr std::size_t initial_capacity_ = 1 << 8;
 
   // Closes the open window, moving its position into position_ and size_.
   void settle() noexcept;

@@ -152,6 +152,11 @@ class FaultFile final : public File {
     return base_->size();
   }
 
+  FileStatus status() override {
+    begin("File::status");
+    return base_->status();
+  }
+
   void truncate(std::uint64_t size) override {
     begin("File::truncate");
     base_->truncate(size);
@@ -195,6 +200,25 @@ class FaultFile final : public File {
   std::unique_ptr<File> base_;
   std::optional<std::size_t> node_;
   std::uint64_t generation_;
+};
+
+// Taking a lock again is an operation that can fail like any other.
+class FaultLock final : public FileLock {
+ public:
+  FaultLock(std::shared_ptr<State> state, std::unique_ptr<FileLock> base, std::string path)
+      : state_(std::move(state)), base_(std::move(base)), path_(std::move(path)) {}
+
+  void unlock() noexcept override { base_->unlock(); }
+
+  void relock() override {
+    state_->begin("FileLock::relock", path_);
+    base_->relock();
+  }
+
+ private:
+  std::shared_ptr<State> state_;
+  std::unique_ptr<FileLock> base_;
+  std::string path_;
 };
 
 }  // namespace
@@ -327,7 +351,7 @@ std::vector<std::string> FaultInjectionFileSystem::list(const std::string& direc
 
 std::unique_ptr<FileLock> FaultInjectionFileSystem::lock(const std::string& path) {
   state_->begin("FileSystem::lock", path);
-  return state_->base.lock(path);
+  return std::make_unique<FaultLock>(state_, state_->base.lock(path), path);
 }
 
 }  // namespace vorn

@@ -22,6 +22,24 @@ namespace vorn::detail {
 
 namespace {
 
+FileStatus::Type type_of(mode_t mode) noexcept {
+  if (S_ISREG(mode)) return FileStatus::Type::regular;
+  if (S_ISDIR(mode)) return FileStatus::Type::directory;
+  if (S_ISLNK(mode)) return FileStatus::Type::symbolic_link;
+  return FileStatus::Type::other;
+}
+
+FileStatus status_of(const struct stat& state) noexcept {
+  FileStatus status;
+  status.type = type_of(state.st_mode);
+  status.size = static_cast<std::uint64_t>(state.st_size);
+  status.permissions = static_cast<unsigned int>(state.st_mode & 07777);
+  status.device = static_cast<std::uint64_t>(state.st_dev);
+  status.inode = static_cast<std::uint64_t>(state.st_ino);
+  status.modified_ns = static_cast<std::int64_t>(state.st_mtim.tv_sec) * 1000000000 + state.st_mtim.tv_nsec;
+  return status;
+}
+
 class PosixFile final : public File {
  public:
   PosixFile(std::string path, int fd) : File(std::move(path)), fd_(fd) {}
@@ -67,6 +85,13 @@ class PosixFile final : public File {
     return static_cast<std::uint64_t>(state.st_size);
   }
 
+  FileStatus status() override {
+    check_open("File::status");
+    struct stat state {};
+    if (::fstat(fd_, &state) != 0) throw FileError(errno, "File::status", path());
+    return status_of(state);
+  }
+
   void truncate(std::uint64_t size) override {
     check_open("File::truncate");
     while (::ftruncate(fd_, static_cast<off_t>(size)) != 0) {
@@ -96,13 +121,62 @@ class PosixFile final : public File {
   int fd_;
 };
 
+// Opens the lock file `path` and takes the lock; returns the descriptor or
+// throws FileError naming `operation`.
+int open_and_lock(const std::string& path, const char* operation) {
+  const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
+  if (fd < 0) throw FileError(errno, operation, path);
+  // flock locks belong to the open file description, so two objects of one
+  // process exclude each other as two processes do.
+  while (::flock(fd, LOCK_EX) != 0) {
+    if (errno != EINTR) {
+      const int error = errno;
+      ::close(fd);
+      throw FileError(error, operation, path);
+    }
+  }
+  return fd;
+}
+
 class PosixLock final : public FileLock {
  public:
-  explicit PosixLock(int fd) noexcept : fd_(fd) {}
-  ~PosixLock() override { ::close(fd_); }  // closing the description releases the lock
+  PosixLock(std::string path, int fd) noexcept : path_(std::move(path)), fd_(fd), owner_(::getpid()) {}
+  ~PosixLock() override {
+    if (fd_ >= 0) ::close(fd_);  // closing the description releases the lock
+  }
+
+  void unlock() noexcept override {
+    if (!held_) return;
+    held_ = false;
+    ::flock(fd_, LOCK_UN);
+  }
+
+  // A child process reaches unlock() only through relock(), which opens the
+  // file anew there, so unlock() never lets go of a parent's lock.
+  void relock() override {
+    if (owner_ != ::getpid()) {
+      // The descriptor is shared with the parent (which may hold the lock
+      // right now, from another thread): closing it here leaves the parent's
+      // lock alone.
+      const int fd = open_and_lock(path_, "FileLock::relock");
+      ::close(fd_);
+      fd_ = fd;
+      owner_ = ::getpid();
+      held_ = true;
+      return;
+    }
+    if (held_) return;
+    while (::flock(fd_, LOCK_EX) != 0) {
+      if (errno != EINTR) throw FileError(errno, "FileLock::relock", path_);
+    }
+    held_ = true;
+  }
 
  private:
+  std::string path_;
   int fd_;
+  pid_t owner_;  // the process that opened fd_
+  bool held_ = true;
 };
 
 // Closes a descriptor when it goes out of scope.
@@ -166,6 +240,10 @@ int open_by_walking(int root, const std::vector<std::string>& parts, int flags, 
 // set.
 int open_beneath(const std::string& beneath, const std::string& path, int flags, mode_t mode) {
   const std::vector<std::string> parts = components_beneath(beneath, path, "FileSystem::open");
+  // One component below the directory: the only name that could lead out
+  // of it is the last, and O_NOFOLLOW refuses a symbolic link there, so the
+  // plain open is as safe and needs no descriptor of the directory.
+  if (parts.size() == 1) return open_retrying(AT_FDCWD, path.c_str(), flags | O_NOFOLLOW, mode);
   const std::string root_path = root_directory(beneath);
   const Descriptor root(open_retrying(AT_FDCWD, root_path.c_str(), root_flags, 0));
   if (root.get() < 0) return -1;
@@ -186,13 +264,6 @@ int open_beneath(const std::string& beneath, const std::string& path, int flags,
   return open_by_walking(root.get(), parts, flags, mode);
 }
 
-FileStatus::Type type_of(mode_t mode) noexcept {
-  if (S_ISREG(mode)) return FileStatus::Type::regular;
-  if (S_ISDIR(mode)) return FileStatus::Type::directory;
-  if (S_ISLNK(mode)) return FileStatus::Type::symbolic_link;
-  return FileStatus::Type::other;
-}
-
 }  // namespace
 
 std::unique_ptr<File> PosixFileSystem::open(const std::string& path, const OpenOptions& options) {
@@ -208,12 +279,15 @@ std::unique_ptr<File> PosixFileSystem::open(const std::string& path, const OpenO
   if (options.create && options.exclusive) flags |= O_EXCL;
   if (options.truncate) flags |= O_TRUNC;
   // A FIFO or device must never block the caller: open without waiting,
-  // then refuse anything that is not a regular file.
-  flags |= O_NONBLOCK;
+  // then refuse anything that is not a regular file. An exclusive creation
+  // can only make a new regular file, so it skips both.
+  const bool created_new = options.create && options.exclusive;
+  if (!created_new) flags |= O_NONBLOCK;
   const mode_t mode = static_cast<mode_t>(options.permissions);
   const int fd = options.beneath.empty() ? open_retrying(AT_FDCWD, path.c_str(), flags, mode)
                                          : open_beneath(options.beneath, path, flags, mode);
   if (fd < 0) throw FileError(errno, "FileSystem::open", path);
+  if (created_new) return std::make_unique<PosixFile>(path, fd);
   struct stat state {};
   int error = 0;
   if (::fstat(fd, &state) != 0) {
@@ -274,14 +348,7 @@ std::optional<FileStatus> PosixFileSystem::stat(const std::string& path) {
     if (errno == ENOENT || errno == ENOTDIR) return std::nullopt;
     throw FileError(errno, "FileSystem::stat", path);
   }
-  FileStatus status;
-  status.type = type_of(state.st_mode);
-  status.size = static_cast<std::uint64_t>(state.st_size);
-  status.permissions = static_cast<unsigned int>(state.st_mode & 07777);
-  status.device = static_cast<std::uint64_t>(state.st_dev);
-  status.inode = static_cast<std::uint64_t>(state.st_ino);
-  status.modified_ns = static_cast<std::int64_t>(state.st_mtim.tv_sec) * 1000000000 + state.st_mtim.tv_nsec;
-  return status;
+  return status_of(state);
 }
 
 std::vector<std::string> PosixFileSystem::list(const std::string& directory) {
@@ -300,18 +367,7 @@ std::vector<std::string> PosixFileSystem::list(const std::string& directory) {
 }
 
 std::unique_ptr<FileLock> PosixFileSystem::lock(const std::string& path) {
-  const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
-  if (fd < 0) throw FileError(errno, "FileSystem::lock", path);
-  // flock locks belong to the open file description, so two objects of one
-  // process exclude each other as two processes do.
-  while (::flock(fd, LOCK_EX) != 0) {
-    if (errno != EINTR) {
-      const int error = errno;
-      ::close(fd);
-      throw FileError(error, "FileSystem::lock", path);
-    }
-  }
-  return std::make_unique<PosixLock>(fd);
+  return std::make_unique<PosixLock>(path, open_and_lock(path, "FileSystem::lock"));
 }
 
 }  // namespace vorn::detail
