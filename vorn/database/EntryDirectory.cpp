@@ -139,20 +139,37 @@ void EntryDirectory::refresh(const char* operation) {
   if (indexes_->file.changed_on_disk()) load(true, operation);
 }
 
-namespace {
+// Holds the lock for the scope of one change.
+class EntryDirectory::LockHold {
+ public:
+  explicit LockHold(FileLock& lock) noexcept : lock_(lock) {}
+  ~LockHold() { lock_.unlock(); }
+  LockHold(const LockHold&) = delete;
+  LockHold& operator=(const LockHold&) = delete;
 
-std::unique_ptr<FileLock> lock_or_throw(const std::string& path, const char* operation) {
+ private:
+  FileLock& lock_;
+};
+
+EntryDirectory::LockHold EntryDirectory::hold_lock(const char* operation) {
+  FileSystem& fs = FileSystem::current();
   try {
-    return FileSystem::current().lock(path);
+    if (lock_ && lock_system_ == &fs) {
+      lock_->relock();
+    } else {
+      lock_.reset();
+      lock_ = fs.lock(lock_path());
+      lock_system_ = &fs;
+    }
   } catch (const FileError& e) {
-    step_error(operation, "lock", path, e.error());
+    lock_.reset();
+    step_error(operation, "lock", lock_path(), e.error());
   }
+  return LockHold(*lock_);
 }
 
-}  // namespace
-
 void EntryDirectory::write_index() {
-  const std::unique_ptr<FileLock> lock = lock_or_throw(lock_path(), "write_index_file");
+  const LockHold lock = hold_lock("write_index_file");
   indexes_->file.rewrite(identifiers_, "write_index_file");
 }
 
@@ -275,6 +292,7 @@ void EntryDirectory::place_entry_images(std::vector<Pending>& pending, const cha
     try {
       const bool one_by_one = pending.size() < sync_together_from;
       for (Pending& p : pending) {
+        if (!p.file) continue;  // closed when written
         path = p.path;
         step = "sync";
         if (sync_wanted(durability_) && one_by_one) p.file->sync();
@@ -370,7 +388,7 @@ void EntryDirectory::recover() {
   // file system) still opens, and its changes report the failure.
   try {
     FileSystem& fs = FileSystem::current();
-    const std::unique_ptr<FileLock> lock = fs.lock(lock_path());
+    const LockHold lock = hold_lock("read_index_file");
     if (indexes_->file.changed_on_disk()) load(false, "read_index_file");
     const std::string record = read_file(pending_path());
     std::set<std::string> directories;
@@ -394,7 +412,7 @@ void EntryDirectory::recover() {
 void EntryDirectory::apply(const std::vector<Change>& changes, const char* operation) {
   if (changes.empty()) return;
   FileSystem& fs = FileSystem::current();
-  const std::unique_ptr<FileLock> lock = lock_or_throw(lock_path(), operation);
+  const LockHold lock = hold_lock(operation);
   refresh(operation);
 
   // Check every change against the fresh index, as if applied in order.
@@ -464,21 +482,36 @@ void EntryDirectory::apply(const std::vector<Change>& changes, const char* opera
   std::vector<std::string> doomed;
   std::vector<Pending> pending;
   std::set<std::string> pending_paths;
+  std::size_t closed = 0;  // pending[0, closed) are closed
   bool index_written = false;
   try {
     for (const Change& change : changes) {
       if (change.kind == Change::remove) continue;
       const std::string path = entry_path(change.id);
       // A file left unlisted by a crash is updated like any other: its
-      // longer tail stays, never read. Files are synced and renamed in
-      // groups; a second change of one file waits for the first.
-      if (pending_paths.count(path) == 1 || pending.size() >= 128) {
+      // longer tail stays, never read. Files are synced and renamed
+      // together once all are written; a second change of one file waits for the first.
+      if (pending_paths.count(path) == 1) {
         place_entry_images(pending, operation, &undo);
         pending_paths.clear();
+        closed = 0;
       }
       prepare_entry_image(path, change.bytes, change.kind == Change::append, true, operation, pending);
       pending_paths.insert(path);
       directories.insert(parent_directory(path));
+      // A group this large is made durable by one sync of the whole file
+      // system, which needs no descriptor: close each file once written, so
+      // that a batch of any size holds a handful of them.
+      if (pending.size() >= sync_together_from) {
+        for (; closed < pending.size(); ++closed) {
+          try {
+            pending[closed].file->close();
+          } catch (const FileError& e) {
+            step_error(operation, "write", pending[closed].path, e.error());
+          }
+          pending[closed].file.reset();
+        }
+      }
     }
     place_entry_images(pending, operation, &undo);
     if (full) {
@@ -493,7 +526,7 @@ void EntryDirectory::apply(const std::vector<Change>& changes, const char* opera
     if (only_one_append) {
       identifiers_.push_back(changes.front().id);
       try {
-        indexes_->file.append_last(identifiers_, operation, full);
+        indexes_->file.append_last(identifiers_, operation, full, true);
       } catch (...) {
         identifiers_.pop_back();
         throw;

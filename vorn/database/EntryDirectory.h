@@ -50,6 +50,9 @@
 
 namespace vorn {
 
+class FileLock;
+class FileSystem;
+
 class VORN_API EntryDirectory : public EntryStore {
  public:
 
@@ -128,6 +131,12 @@ class VORN_API EntryDirectory : public EntryStore {
   struct Indexes;
   struct Undo;
   struct Pending;
+  class LockHold;
+
+  // Takes the lock for one change; the lock file stays open after it for the
+  // next one. Throws database_error "ArchiveDatabase::<operation>: cannot
+  // lock <path>: <reason>".
+  LockHold hold_lock(const char* operation);
 
   void load(bool strict, const char* operation);
   void refresh(const char* operation);
@@ -146,6 +155,10 @@ class VORN_API EntryDirectory : public EntryStore {
   Durability durability_;
   std::vector<DatabaseEntryIdentifier> identifiers_;
   std::unique_ptr<Indexes> indexes_;
+  // The lock file, open (and unlocked between changes) from the first change
+  // on, and the file system it was opened on.
+  std::unique_ptr<FileLock> lock_;
+  FileSystem* lock_system_ = nullptr;
 };
 
 }  // namespace vorn

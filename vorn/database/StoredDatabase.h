@@ -152,7 +152,7 @@ class StoredDatabase : public Database<Entry> {
       archive << static_cast<int>(VersionedArchive::current_version);
       entry.write(archive);
     }
-    // The device's buffer grows ahead of the writes (4 KiB at least); a
+    // The device's buffer grows ahead of the writes (doubling); a
     // batch holds many images, so each keeps only its bytes.
     std::string bytes = image.take();
     bytes.shrink_to_fit();

@@ -9,8 +9,8 @@ namespace vorn::detail {
 
 void check_entry_file_identifier(const char* operation, const std::string& name, const DatabaseEntryIdentifier& id) {
   const std::string& text = id.text();
-  const std::string prefix = std::string("ArchiveDatabase::") + operation + ": ";
-  if (text.empty()) throw database_error(prefix + "identifier is empty");
+  const auto prefix = [operation] { return std::string("ArchiveDatabase::") + operation + ": "; };
+  if (text.empty()) throw database_error(prefix() + "identifier is empty");
   bool bad = text.find('\0') != std::string::npos;
   bool too_long = false;
   for (std::size_t start = 0; !bad && start <= text.size();) {
@@ -28,11 +28,11 @@ void check_entry_file_identifier(const char* operation, const std::string& name,
     start = slash + 1;
   }
   if (bad) {
-    throw database_error(prefix + "identifier does not name a file inside the database directory: " +
+    throw database_error(prefix() + "identifier does not name a file inside the database directory: " +
                          shown_in_message(text));
   }
   if (too_long) {
-    throw database_error(prefix + "entry file name with its temporary suffix longer than " +
+    throw database_error(prefix() + "entry file name with its temporary suffix longer than " +
                          std::to_string(entry_file_name_limit) + " bytes: " + shown_in_message(text));
   }
 }

@@ -132,8 +132,9 @@ void IndexFile::rewrite(const std::vector<DatabaseEntryIdentifier>& ids, const c
   remember_state();
 }
 
-void IndexFile::append_last(const std::vector<DatabaseEntryIdentifier>& ids, const char* operation, bool sync) {
-  if (!known_ || ids.empty() || changed_on_disk()) {
+void IndexFile::append_last(const std::vector<DatabaseEntryIdentifier>& ids, const char* operation, bool sync,
+                            bool checked) {
+  if (!known_ || ids.empty() || (!checked && changed_on_disk())) {
     rewrite(ids, operation);
     return;
   }
@@ -168,7 +169,16 @@ void IndexFile::append_last(const std::vector<DatabaseEntryIdentifier>& ids, con
     forget();
     index_write_error(operation, "append to", path_, e.error());
   }
-  remember_state();
+  // The file just written is the one under the lock: its own status saves
+  // looking its name up again.
+  try {
+    state_ = file_->status();
+    seen_ = state_;
+    seen_exists_ = true;
+  } catch (const FileError&) {
+    forget();
+    remember_state();
+  }
 }
 
 void IndexFile::remove_files(const std::string& path) {
