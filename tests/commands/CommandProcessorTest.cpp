@@ -24,41 +24,38 @@ namespace {
 
 using test::Append;
 
+using testing::error_of;
+
 // A document, its processor and shorthands for driving them.
 struct Desk {
+  explicit Desk(int bound = 0) : processor(bound) {}
   THandle<Append> make(const std::string& text, int id = -1) { return make_handle<Append>(doc, text, id); }
   bool submit(const THandle<Append>& command, CommandProcessor& p) { return p.submit(command); }
   bool submit(const std::string& text, int id = -1) { return submit(make(text, id), processor); }
   void begin(const std::string& name) { processor.submit(make_handle<BeginMacroCommand>(name)); }
   void end() { processor.submit(make_handle<EndMacroCommand>()); }
-  // Runs a script of words: "(name" opens a macro, ")" closes one, "!x" submits a failing x, anything else
-  // is submitted as text.
+  // Runs a script of words: "(name" opens a macro, ")" closes one, "<" undoes, ">" redoes, "*" marks the state
+  // clean, "!x" submits an x that fails, "^x" one whose undo throws, "x:7" one of id 7, anything else plain text.
   void run(const std::string& script) {
     std::istringstream words(script);
     for (std::string w; words >> w;) {
+      const std::size_t skip = w[0] == '!' || w[0] == '^', colon = w.find(':');
+      const THandle<Append> command =
+          make(w.substr(skip, colon - skip), colon == std::string::npos ? -1 : std::stoi(w.substr(colon + 1)));
+      command->fail = w[0] == '!';
+      if (w[0] == '^') command->undo_hook = [] { throw std::runtime_error("stuck"); };
       if (w[0] == '(') begin(w.substr(1));
       if (w == ")") end();
-      if (w[0] == '!') {
-        const THandle<Append> failing = make(w.substr(1));
-        failing->fail = true;
-        submit(failing, processor);
-      }
-      if (w[0] != '(' && w != ")" && w[0] != '!') submit(w);
-    }
-  }
-  void expect_logic_error(const std::function<void()>& f, const char* message) {
-    try {
-      f();
-      ADD_FAILURE() << "no exception, expected " << message;
-    } catch (const std::logic_error& e) {
-      EXPECT_STREQ(e.what(), message);
+      if (w == "<") processor.undo();
+      if (w == ">") processor.redo();
+      if (w == "*") processor.mark_clean();
+      if (w[0] != '(' && w != ")" && w != "<" && w != ">" && w != "*") submit(command, processor);
     }
   }
 
   std::string doc;
-  CommandProcessor processor{0};
+  CommandProcessor processor;
 };
-
 // Counts notifications and notes what an Edit menu would show at each.
 struct MenuWatcher : Observer {
   explicit MenuWatcher(CommandProcessor& p) : processor(p) { processor.connect(*this); }
@@ -83,51 +80,41 @@ TEST_F(CommandProcessorTest, UndoRedoAndFailures) {
   EXPECT_FALSE(processor.redo());
   run("a b c");
   EXPECT_EQ(processor.undo_name(), "Append c");
-  processor.undo();
-  processor.undo();
+  run("< <");
   EXPECT_EQ(doc, "a");
   EXPECT_EQ(processor.redo_name(), "Append b");
   EXPECT_EQ(processor.position(), 1);
 
   // Failed commands are not recorded and keep the redo side.
-  const THandle<Append> failing = make("f");
-  failing->fail = true;
-  EXPECT_FALSE(submit(failing, processor));
+  run("!f");
   const THandle<Append> throwing = make("t");
   throwing->before = [] { throw std::runtime_error("disk full"); };
   EXPECT_THROW(submit(throwing, processor), std::runtime_error);
   EXPECT_THROW(processor.submit(THandle<Command>()), std::runtime_error);
   EXPECT_EQ(processor.history_size(), 3);
-  processor.redo();
-  submit("x");  // discards the redo side
+  run("> x");  // discards the redo side
   EXPECT_EQ(doc, "abx");
   EXPECT_EQ(processor.history_size(), 3);
   EXPECT_FALSE(processor.can_redo());
 
   // A step whose undo throws stays where it was.
-  const THandle<Append> fragile = make("y");
-  fragile->undo_hook = [] { throw std::runtime_error("cannot"); };
-  submit(fragile, processor);
+  run("^y");
   EXPECT_THROW(processor.undo(), std::runtime_error);
   EXPECT_EQ(processor.position(), 4);
   EXPECT_EQ(doc, "abxy");
 }
 
 TEST_F(CommandProcessorTest, MergingTheBoundAndClearing) {
-  CommandProcessor bounded(3);
-  for (const char* t : {"h", "e", "y"}) submit(make(t, 1), bounded);
-  EXPECT_EQ(bounded.history_size(), 1) << "same id merges";
-  submit(make(" "), bounded);
-  submit(make("y", 2), bounded);
-  submit(make("o", 2), bounded);
-  submit(make("!"), bounded);
-  EXPECT_EQ(bounded.history_size(), 3) << "the oldest step is dropped";
-  while (bounded.undo()) {
+  Desk bounded(3);
+  bounded.run("h:1 e:1 y:1");
+  EXPECT_EQ(bounded.processor.history_size(), 1) << "same id merges";
+  bounded.run("- y:2 o:2 .");
+  EXPECT_EQ(bounded.processor.history_size(), 3) << "the oldest step is dropped";
+  while (bounded.processor.undo()) {
   }
-  EXPECT_EQ(doc, "hey");
+  EXPECT_EQ(bounded.doc, "hey");
 
-  submit("a");
-  processor.mark_clean();
+  run("a *");
   processor.submit(make_handle<ClearHistoryCommand>());
   EXPECT_EQ(processor.history_size(), 0);
   EXPECT_TRUE(processor.is_clean()) << "clearing the history changes no data";
@@ -142,29 +129,23 @@ TEST_F(CommandProcessorTest, MergingTheBoundAndClearing) {
 TEST_F(CommandProcessorTest, MacrosNestAndUndoAsOneStep) {
   run("a (Outer b (Inner c )");
   EXPECT_FALSE(processor.can_undo());
-  expect_logic_error([&] { processor.undo(); }, "CommandProcessor::undo: a macro is open");
-  expect_logic_error([&] { processor.redo(); }, "CommandProcessor::redo: a macro is open");
-  expect_logic_error([&] { processor.mark_clean(); }, "CommandProcessor::mark_clean: a macro is open");
+  EXPECT_EQ(error_of([&] { processor.undo(); }), "CommandProcessor::undo: a macro is open");
+  EXPECT_EQ(error_of([&] { processor.redo(); }), "CommandProcessor::redo: a macro is open");
+  EXPECT_EQ(error_of([&] { processor.mark_clean(); }), "CommandProcessor::mark_clean: a macro is open");
+  EXPECT_THROW(processor.undo(), std::logic_error);
   run("d )");
   EXPECT_EQ(processor.history_size(), 2);
   EXPECT_EQ(processor.undo_name(), "Outer");
-  processor.undo();
+  run("<");
   EXPECT_EQ(doc, "a");
-  processor.redo();
+  run(">");
   EXPECT_EQ(doc, "abcd");
-  expect_logic_error([&] { end(); }, "CommandProcessor::submit: no macro is open");
+  EXPECT_EQ(error_of([&] { end(); }), "CommandProcessor::submit: no macro is open");
   run("(Empty )");
   EXPECT_EQ(processor.history_size(), 2) << "an empty macro records nothing";
 
   // A macro whose undo fails half way is restored whole.
-  {
-    CommandMacroBlock macro(processor, "Three");
-    submit("x");
-    const THandle<Append> fragile = make("y");
-    fragile->undo_hook = [] { throw std::runtime_error("stuck"); };
-    submit(fragile, processor);
-    submit("z");
-  }
+  run("(Three x ^y z )");
   EXPECT_THROW(processor.undo(), std::runtime_error);
   EXPECT_EQ(doc, "abcdxyz");
   EXPECT_EQ(processor.position(), 3);
@@ -179,54 +160,40 @@ TEST_F(CommandProcessorTest, MacrosNestAndUndoAsOneStep) {
   EXPECT_EQ(processor.undo_name(), "Broken");
 }
 
-TEST_F(CommandProcessorTest, CleanStateFollowsThePosition) {
-  EXPECT_TRUE(processor.is_clean());
-  submit("a");
-  processor.mark_clean();
-  submit("b");
-  processor.undo();
-  EXPECT_TRUE(processor.is_clean());
-  processor.undo();
-  EXPECT_FALSE(processor.is_clean());
-  processor.redo();
-  submit("x", 7);
-  processor.mark_clean();
-  submit("y", 7);  // merged into the clean step: it changed
-  processor.undo();
-  processor.redo();
-  EXPECT_FALSE(processor.is_clean());
-  processor.mark_clean();
-  processor.undo();
-  submit("z");  // discards the clean step
-  processor.undo();
-  processor.redo();
-  EXPECT_FALSE(processor.is_clean());
-
-  CommandProcessor bounded(2);
-  for (const char* t : {"1", "2", "3"}) submit(make(t), bounded);  // drops the clean step
-  bounded.undo();
-  bounded.undo();
-  EXPECT_FALSE(bounded.is_clean());
+TEST(CommandProcessor, CleanStateFollowsThePosition) {
+  const struct { const char* name; int bound; const char* script; bool clean; } cases[] = {
+      {"a new processor", 0, "", true},
+      {"a step done", 0, "a", false},
+      {"undone back to the clean step", 0, "a * b <", true},
+      {"undone past it", 0, "a * b < <", false},
+      {"redone back to it", 0, "a * < >", true},
+      {"a merge into the clean step", 0, "x:7 * y:7 < >", false},
+      {"the clean step discarded", 0, "a * < z < >", false},
+      {"the clean step dropped by the bound", 2, "1 2 3 < <", false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    Desk desk(c.bound);
+    desk.run(c.script);
+    EXPECT_EQ(desk.processor.is_clean(), c.clean);
+  }
 }
 
 TEST_F(CommandProcessorTest, ObserversFollowAndNobodyReenters) {
   auto recorder = std::make_unique<MenuWatcher>(processor);
-  submit("a");
-  processor.undo();
-  processor.redo();
-  processor.mark_clean();
+  run("a < > *");
   EXPECT_EQ(recorder->updates, 4);
   EXPECT_EQ(recorder->clean_flips, 4);
 
-  recorder->on_update = [&] {
-    expect_logic_error([&] { processor.undo(); }, "CommandProcessor::undo: another operation is in progress");
-  };
+  std::string refusal;
+  recorder->on_update = [&] { refusal = error_of([&] { processor.undo(); }); };
   submit("b");
+  EXPECT_EQ(refusal, "CommandProcessor::undo: another operation is in progress");
   recorder->on_update = nullptr;
   const THandle<Append> reentrant = make("c");
   reentrant->before = [&] { submit("nested"); };
-  expect_logic_error([&] { submit(reentrant, processor); },
-                     "CommandProcessor::submit: another operation is in progress");
+  EXPECT_EQ(error_of([&] { submit(reentrant, processor); }),
+            "CommandProcessor::submit: another operation is in progress");
   EXPECT_TRUE(submit("d")) << "the guard is released after a refusal";
   EXPECT_EQ(doc, "abd");
   recorder.reset();
