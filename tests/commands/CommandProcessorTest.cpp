@@ -35,26 +35,34 @@ struct Desk {
   void begin(const std::string& name) { processor.submit(make_handle<BeginMacroCommand>(name)); }
   void end() { processor.submit(make_handle<EndMacroCommand>()); }
   // Runs a script of words: "(name" opens a macro, ")" closes one, "<" undoes, ">" redoes, "*" marks the state
-  // clean, "!x" submits an x that fails, "^x" one whose undo throws, "x:7" one of id 7, anything else plain text.
+  // clean, "~" makes the last command submitted obsolete; "x:7" submits an x of id 7, "!x" one that fails, "^x" one
+  // whose undo throws, "#x" one that turns obsolete as it executes, "%x" as it is undone, "@x" when merged into;
+  // anything else is plain text.
   void run(const std::string& script) {
     std::istringstream words(script);
     for (std::string w; words >> w;) {
-      const std::size_t skip = w[0] == '!' || w[0] == '^', colon = w.find(':');
+      const std::size_t skip = std::string("!^#%@").find(w[0]) != std::string::npos, colon = w.find(':');
       const THandle<Append> command =
           make(w.substr(skip, colon - skip), colon == std::string::npos ? -1 : std::stoi(w.substr(colon + 1)));
+      Append* const raw = command.unhand();
       command->fail = w[0] == '!';
       if (w[0] == '^') command->undo_hook = [] { throw std::runtime_error("stuck"); };
+      if (w[0] == '#') command->before = [raw] { raw->set_obsolete(true); };
+      if (w[0] == '%') command->undo_hook = [raw] { raw->set_obsolete(true); };
+      if (w[0] == '@') command->on_merge = [](Append& self) { self.set_obsolete(true); };
       if (w[0] == '(') begin(w.substr(1));
       if (w == ")") end();
       if (w == "<") processor.undo();
       if (w == ">") processor.redo();
       if (w == "*") processor.mark_clean();
-      if (w[0] != '(' && w != ")" && w != "<" && w != ">" && w != "*") submit(command, processor);
+      if (w == "~") last->set_obsolete(true);
+      if (std::string("()<>*~").find(w[0]) == std::string::npos) submit(last = command, processor);
     }
   }
 
   std::string doc;
   CommandProcessor processor;
+  THandle<Append> last;
 };
 // Counts notifications and notes what an Edit menu would show at each.
 struct MenuWatcher : Observer {
@@ -210,12 +218,7 @@ TEST_F(CommandProcessorTest, ObserversFollowAndNobodyReenters) {
 TEST_F(CommandProcessorTest, TracesEveryStepAtLevelTwo) {
   testing::ScopedStreamCapture captured(std::cout);
   VornLog::set_level(2);
-  CommandProcessor bounded(1);
-  submit(make("a", 3), bounded);
-  submit(make("b", 3), bounded);
-  submit(make("c"), bounded);
-  bounded.undo();
-  bounded.redo();
+  Desk(1).run("a:3 b:3 c < >");
   VornLog::set_level(0);
   EXPECT_EQ(captured.text(),
             "DEBUG 2: CommandProcessor::submit 'Append a'\n"
@@ -252,70 +255,23 @@ TEST_F(CommandProcessorTest, ObserversHearOfAMacroOnceWhenItCloses) {
   }
 }
 
-TEST_F(CommandProcessorTest, ObsoleteStepsAreDroppedFromTheHistory) {
-  const struct {
-    const char* name;
-    std::function<void(Desk&, const THandle<Append>& b)> run;  // after "a", with b unsubmitted
-    std::string doc;
-    int history_size;
-    int position;
-    bool clean;
-  } cases[] = {
-      {"obsolete before undo: dropped without undoing",
-       [](Desk& t, const THandle<Append>& b) {
-         t.submit(b, t.processor);
-         b->set_obsolete(true);
-         EXPECT_TRUE(t.processor.undo());
-       },
-       "ab", 1, 1, false},
-      {"obsolete while undoing: undone, then dropped",
-       [](Desk& t, const THandle<Append>& b) {
-         b->undo_hook = [raw = b.unhand()] { raw->set_obsolete(true); };
-         t.submit(b, t.processor);
-         t.processor.undo();
-       },
-       "a", 1, 1, false},
-      {"obsolete at redo: dropped without redoing",
-       [](Desk& t, const THandle<Append>& b) {
-         t.submit(b, t.processor);
-         t.processor.undo();
-         b->set_obsolete(true);
-         EXPECT_TRUE(t.processor.redo());
-       },
-       "a", 1, 1, false},
-      {"obsolete after execute: never recorded",
-       [](Desk& t, const THandle<Append>& b) {
-         b->before = [raw = b.unhand()] { raw->set_obsolete(true); };
-         EXPECT_TRUE(t.submit(b, t.processor));
-       },
-       "ab", 1, 1, false},
-      {"a merge that cancels out: the clean state before it holds",
-       [](Desk& t, const THandle<Append>& b) {
-         t.processor.mark_clean();
-         b->on_merge = [](Append& self) { self.set_obsolete(true); };
-         t.submit(b, t.processor);
-         t.submit("c", 5);
-       },
-       "abc", 1, 1, true},
-      {"dropping a step the clean state included",
-       [](Desk& t, const THandle<Append>& b) {
-         t.submit(b, t.processor);
-         t.processor.mark_clean();
-         t.processor.undo();
-         b->set_obsolete(true);
-         t.processor.redo();
-       },
-       "a", 1, 1, false},
+TEST(CommandProcessor, ObsoleteStepsAreDroppedFromTheHistory) {
+  const struct { const char* name; const char* script; std::string doc; int history_size, position; bool clean; } cases[] = {
+      {"obsolete before undo: dropped without undoing", "a b ~ <", "ab", 1, 1, false},
+      {"obsolete while undoing: undone, then dropped", "a %b <", "a", 1, 1, false},
+      {"obsolete at redo: dropped without redoing", "a b < ~ >", "a", 1, 1, false},
+      {"obsolete after execute: never recorded", "a #b", "ab", 1, 1, false},
+      {"a merge that cancels out: the clean state before it holds", "a * @b:5 c:5", "abc", 1, 1, true},
+      {"dropping a step the clean state included", "a b * < ~ >", "a", 1, 1, false},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    Desk fresh;
-    fresh.submit("a");
-    c.run(fresh, fresh.make("b", 5));
-    EXPECT_EQ(fresh.doc, c.doc);
-    EXPECT_EQ(fresh.processor.history_size(), c.history_size);
-    EXPECT_EQ(fresh.processor.position(), c.position);
-    EXPECT_EQ(fresh.processor.is_clean(), c.clean);
+    Desk desk;
+    desk.run(c.script);
+    EXPECT_EQ(desk.doc, c.doc);
+    EXPECT_EQ(desk.processor.history_size(), c.history_size);
+    EXPECT_EQ(desk.processor.position(), c.position);
+    EXPECT_EQ(desk.processor.is_clean(), c.clean);
   }
 }
 
