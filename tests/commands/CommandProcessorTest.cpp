@@ -263,6 +263,7 @@ TEST(CommandProcessor, ObsoleteStepsAreDroppedFromTheHistory) {
       {"obsolete after execute: never recorded", "a #b", "ab", 1, 1, false},
       {"a merge that cancels out: the clean state before it holds", "a * @b:5 c:5", "abc", 1, 1, true},
       {"dropping a step the clean state included", "a b * < ~ >", "a", 1, 1, false},
+      {"a new step where the dropped clean one was", "a b * < ~ > c", "ac", 2, 2, false},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
