@@ -95,23 +95,6 @@ TEST(TreeStore, CapacityFollowsTheLiveNodes) {
   EXPECT_EQ(empty.capacity(), 0u);
 }
 
-// Moves and swaps take the store along, so positions keep their payloads.
-TEST(TreeStore, MovesAndSwapsKeepPositions) {
-  IntTree tree = level_by_level(2, 3);
-  const Pos deep = std::next(tree.begin(), 5);
-  const int payload = *deep;
-  IntTree moved(std::move(tree)), other = level_by_level(1, 1);
-  EXPECT_EQ(*deep, payload);
-  swap(moved, other);
-  EXPECT_EQ(*deep, payload);
-  EXPECT_EQ(IntTree::depth(deep), 2);
-  other.erase(deep);
-  IntTree assigned;
-  assigned = std::move(other);
-  EXPECT_EQ(assigned.size(), 13u);
-  EXPECT_TRUE(tree.empty());  // NOLINT(bugprone-use-after-move): a moved-from tree is empty
-}
-
 TEST(TreeStore, ModificationCountFollowsStructuralChanges) {
   struct Case { const char* name; std::function<void(IntTree&)> change; bool counted; };
   const Case cases[] = {

@@ -222,11 +222,12 @@ TEST(Tree, OnePayloadPerNodeAndFailedCopiesChangeNothing) {
     tree.erase(std::next(tree.begin()));  // 2 with 3
     EXPECT_EQ(state(tree), "145 3");
 
-    // Moving and swapping copy nothing (only the five inserts do); a moved-from tree is empty and usable, and
-    // insertions at both ends must reach each tree's own sentinels.
+    // Moving and swapping copy nothing (only the five inserts do) and take the nodes along; a moved-from tree is
+    // empty and usable, and insertions at both ends must reach each tree's own sentinels.
     CountedTree copy(tree), empty;
     copy.begin()->value = 6;
     const int copies = Counted::copies;
+    const auto four = std::next(copy.begin());  // positions move with the nodes
     CountedTree moved(std::move(copy));
     moved.insert(moved.end(), Counted(7));
     moved.insert(moved.begin(), Counted(0));
@@ -234,6 +235,8 @@ TEST(Tree, OnePayloadPerNodeAndFailedCopiesChangeNothing) {
     swap(copy, moved);
     EXPECT_EQ(state(copy), "06457 9");
     EXPECT_EQ(state(moved), "8 9");
+    EXPECT_EQ(four->value, 4);
+    EXPECT_EQ(CountedTree::depth(four), 1);
     swap(empty, moved);
     empty.insert(empty.end(), Counted(9));
     copy = std::move(empty);
