@@ -231,13 +231,7 @@ TEST_F(CommandProcessorTest, TracesEveryStepAtLevelTwo) {
 }
 
 TEST_F(CommandProcessorTest, ObserversHearOfAMacroOnceWhenItCloses) {
-  const struct {
-    const char* name;
-    const char* script;
-    int updates;
-    int clean_flips;
-    std::string names;
-  } cases[] = {
+  const struct { const char* name; const char* script; int updates; int clean_flips; std::string names; } cases[] = {
       {"three commands", "(Outer a b c )", 1, 1, "[Outer]"},
       {"nested macros", "(Outer a (Inner b ) c )", 1, 1, "[Outer]"},
       {"a failing member", "(Outer !f a )", 1, 1, "[Outer]"},
@@ -256,7 +250,13 @@ TEST_F(CommandProcessorTest, ObserversHearOfAMacroOnceWhenItCloses) {
 }
 
 TEST(CommandProcessor, ObsoleteStepsAreDroppedFromTheHistory) {
-  const struct { const char* name; const char* script; std::string doc; int history_size, position; bool clean; } cases[] = {
+  const struct {
+    const char* name;
+    const char* script;
+    std::string doc;
+    int history_size, position;
+    bool clean;
+  } cases[] = {
       {"obsolete before undo: dropped without undoing", "a b ~ <", "ab", 1, 1, false},
       {"obsolete while undoing: undone, then dropped", "a %b <", "a", 1, 1, false},
       {"obsolete at redo: dropped without redoing", "a b < ~ >", "a", 1, 1, false},
