@@ -67,11 +67,7 @@ TEST_F(CommandProcessorGroupTest, ForwardsToTheActiveProcessor) {
 TEST_F(CommandProcessorGroupTest, WithoutAnActiveProcessorTheMenuIsEmpty) {
   group.set_active(&first);
   group.remove(first);
-  const struct {
-    const char* name;
-    std::string got;
-    std::string want;
-  } cases[] = {
+  const struct { const char* name; std::string got; std::string want; } cases[] = {
       {"undo", testing::error_of([&] { group.undo(); }), "CommandProcessorGroup::undo: no active processor"},
       {"redo", testing::error_of([&] { group.redo(); }), "CommandProcessorGroup::redo: no active processor"},
       {"a processor outside the group", testing::error_of([&] { group.set_active(&first); }),

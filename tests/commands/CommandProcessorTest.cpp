@@ -24,41 +24,46 @@ namespace {
 
 using test::Append;
 
+using testing::error_of;
+
 // A document, its processor and shorthands for driving them.
 struct Desk {
+  explicit Desk(int bound = 0) : processor(bound) {}
   THandle<Append> make(const std::string& text, int id = -1) { return make_handle<Append>(doc, text, id); }
   bool submit(const THandle<Append>& command, CommandProcessor& p) { return p.submit(command); }
   bool submit(const std::string& text, int id = -1) { return submit(make(text, id), processor); }
   void begin(const std::string& name) { processor.submit(make_handle<BeginMacroCommand>(name)); }
   void end() { processor.submit(make_handle<EndMacroCommand>()); }
-  // Runs a script of words: "(name" opens a macro, ")" closes one, "!x" submits a failing x, anything else
-  // is submitted as text.
+  // Runs a script of words: "(name" opens a macro, ")" closes one, "<" undoes, ">" redoes, "*" marks the state
+  // clean, "~" makes the last command submitted obsolete; "x:7" submits an x of id 7, "!x" one that fails, "^x" one
+  // whose undo throws, "#x" one that turns obsolete as it executes, "%x" as it is undone, "@x" when merged into;
+  // anything else is plain text.
   void run(const std::string& script) {
     std::istringstream words(script);
     for (std::string w; words >> w;) {
+      const std::size_t skip = std::string("!^#%@").find(w[0]) != std::string::npos, colon = w.find(':');
+      const THandle<Append> command =
+          make(w.substr(skip, colon - skip), colon == std::string::npos ? -1 : std::stoi(w.substr(colon + 1)));
+      Append* const raw = command.unhand();
+      command->fail = w[0] == '!';
+      if (w[0] == '^') command->undo_hook = [] { throw std::runtime_error("stuck"); };
+      if (w[0] == '#') command->before = [raw] { raw->set_obsolete(true); };
+      if (w[0] == '%') command->undo_hook = [raw] { raw->set_obsolete(true); };
+      if (w[0] == '@') command->on_merge = [](Append& self) { self.set_obsolete(true); };
       if (w[0] == '(') begin(w.substr(1));
       if (w == ")") end();
-      if (w[0] == '!') {
-        const THandle<Append> failing = make(w.substr(1));
-        failing->fail = true;
-        submit(failing, processor);
-      }
-      if (w[0] != '(' && w != ")" && w[0] != '!') submit(w);
-    }
-  }
-  void expect_logic_error(const std::function<void()>& f, const char* message) {
-    try {
-      f();
-      ADD_FAILURE() << "no exception, expected " << message;
-    } catch (const std::logic_error& e) {
-      EXPECT_STREQ(e.what(), message);
+      if (w == "<") processor.undo();
+      if (w == ">") processor.redo();
+      if (w == "*") processor.mark_clean();
+      if (w == "~") last->set_obsolete(true);
+      if (std::string("()<>*~").find(w[0]) == std::string::npos) submit(last = command, processor);
     }
   }
 
   std::string doc;
-  CommandProcessor processor{0};
+  CommandProcessor processor;
+  THandle<Append> last;
 };
-
 // Counts notifications and notes what an Edit menu would show at each.
 struct MenuWatcher : Observer {
   explicit MenuWatcher(CommandProcessor& p) : processor(p) { processor.connect(*this); }
@@ -83,51 +88,41 @@ TEST_F(CommandProcessorTest, UndoRedoAndFailures) {
   EXPECT_FALSE(processor.redo());
   run("a b c");
   EXPECT_EQ(processor.undo_name(), "Append c");
-  processor.undo();
-  processor.undo();
+  run("< <");
   EXPECT_EQ(doc, "a");
   EXPECT_EQ(processor.redo_name(), "Append b");
   EXPECT_EQ(processor.position(), 1);
 
   // Failed commands are not recorded and keep the redo side.
-  const THandle<Append> failing = make("f");
-  failing->fail = true;
-  EXPECT_FALSE(submit(failing, processor));
+  run("!f");
   const THandle<Append> throwing = make("t");
   throwing->before = [] { throw std::runtime_error("disk full"); };
   EXPECT_THROW(submit(throwing, processor), std::runtime_error);
   EXPECT_THROW(processor.submit(THandle<Command>()), std::runtime_error);
   EXPECT_EQ(processor.history_size(), 3);
-  processor.redo();
-  submit("x");  // discards the redo side
+  run("> x");  // discards the redo side
   EXPECT_EQ(doc, "abx");
   EXPECT_EQ(processor.history_size(), 3);
   EXPECT_FALSE(processor.can_redo());
 
   // A step whose undo throws stays where it was.
-  const THandle<Append> fragile = make("y");
-  fragile->undo_hook = [] { throw std::runtime_error("cannot"); };
-  submit(fragile, processor);
+  run("^y");
   EXPECT_THROW(processor.undo(), std::runtime_error);
   EXPECT_EQ(processor.position(), 4);
   EXPECT_EQ(doc, "abxy");
 }
 
 TEST_F(CommandProcessorTest, MergingTheBoundAndClearing) {
-  CommandProcessor bounded(3);
-  for (const char* t : {"h", "e", "y"}) submit(make(t, 1), bounded);
-  EXPECT_EQ(bounded.history_size(), 1) << "same id merges";
-  submit(make(" "), bounded);
-  submit(make("y", 2), bounded);
-  submit(make("o", 2), bounded);
-  submit(make("!"), bounded);
-  EXPECT_EQ(bounded.history_size(), 3) << "the oldest step is dropped";
-  while (bounded.undo()) {
+  Desk bounded(3);
+  bounded.run("h:1 e:1 y:1");
+  EXPECT_EQ(bounded.processor.history_size(), 1) << "same id merges";
+  bounded.run("- y:2 o:2 .");
+  EXPECT_EQ(bounded.processor.history_size(), 3) << "the oldest step is dropped";
+  while (bounded.processor.undo()) {
   }
-  EXPECT_EQ(doc, "hey");
+  EXPECT_EQ(bounded.doc, "hey");
 
-  submit("a");
-  processor.mark_clean();
+  run("a *");
   processor.submit(make_handle<ClearHistoryCommand>());
   EXPECT_EQ(processor.history_size(), 0);
   EXPECT_TRUE(processor.is_clean()) << "clearing the history changes no data";
@@ -142,29 +137,23 @@ TEST_F(CommandProcessorTest, MergingTheBoundAndClearing) {
 TEST_F(CommandProcessorTest, MacrosNestAndUndoAsOneStep) {
   run("a (Outer b (Inner c )");
   EXPECT_FALSE(processor.can_undo());
-  expect_logic_error([&] { processor.undo(); }, "CommandProcessor::undo: a macro is open");
-  expect_logic_error([&] { processor.redo(); }, "CommandProcessor::redo: a macro is open");
-  expect_logic_error([&] { processor.mark_clean(); }, "CommandProcessor::mark_clean: a macro is open");
+  EXPECT_EQ(error_of([&] { processor.undo(); }), "CommandProcessor::undo: a macro is open");
+  EXPECT_EQ(error_of([&] { processor.redo(); }), "CommandProcessor::redo: a macro is open");
+  EXPECT_EQ(error_of([&] { processor.mark_clean(); }), "CommandProcessor::mark_clean: a macro is open");
+  EXPECT_THROW(processor.undo(), std::logic_error);
   run("d )");
   EXPECT_EQ(processor.history_size(), 2);
   EXPECT_EQ(processor.undo_name(), "Outer");
-  processor.undo();
+  run("<");
   EXPECT_EQ(doc, "a");
-  processor.redo();
+  run(">");
   EXPECT_EQ(doc, "abcd");
-  expect_logic_error([&] { end(); }, "CommandProcessor::submit: no macro is open");
+  EXPECT_EQ(error_of([&] { end(); }), "CommandProcessor::submit: no macro is open");
   run("(Empty )");
   EXPECT_EQ(processor.history_size(), 2) << "an empty macro records nothing";
 
   // A macro whose undo fails half way is restored whole.
-  {
-    CommandMacroBlock macro(processor, "Three");
-    submit("x");
-    const THandle<Append> fragile = make("y");
-    fragile->undo_hook = [] { throw std::runtime_error("stuck"); };
-    submit(fragile, processor);
-    submit("z");
-  }
+  run("(Three x ^y z )");
   EXPECT_THROW(processor.undo(), std::runtime_error);
   EXPECT_EQ(doc, "abcdxyz");
   EXPECT_EQ(processor.position(), 3);
@@ -179,54 +168,40 @@ TEST_F(CommandProcessorTest, MacrosNestAndUndoAsOneStep) {
   EXPECT_EQ(processor.undo_name(), "Broken");
 }
 
-TEST_F(CommandProcessorTest, CleanStateFollowsThePosition) {
-  EXPECT_TRUE(processor.is_clean());
-  submit("a");
-  processor.mark_clean();
-  submit("b");
-  processor.undo();
-  EXPECT_TRUE(processor.is_clean());
-  processor.undo();
-  EXPECT_FALSE(processor.is_clean());
-  processor.redo();
-  submit("x", 7);
-  processor.mark_clean();
-  submit("y", 7);  // merged into the clean step: it changed
-  processor.undo();
-  processor.redo();
-  EXPECT_FALSE(processor.is_clean());
-  processor.mark_clean();
-  processor.undo();
-  submit("z");  // discards the clean step
-  processor.undo();
-  processor.redo();
-  EXPECT_FALSE(processor.is_clean());
-
-  CommandProcessor bounded(2);
-  for (const char* t : {"1", "2", "3"}) submit(make(t), bounded);  // drops the clean step
-  bounded.undo();
-  bounded.undo();
-  EXPECT_FALSE(bounded.is_clean());
+TEST(CommandProcessor, CleanStateFollowsThePosition) {
+  const struct { const char* name; int bound; const char* script; bool clean; } cases[] = {
+      {"a new processor", 0, "", true},
+      {"a step done", 0, "a", false},
+      {"undone back to the clean step", 0, "a * b <", true},
+      {"undone past it", 0, "a * b < <", false},
+      {"redone back to it", 0, "a * < >", true},
+      {"a merge into the clean step", 0, "x:7 * y:7 < >", false},
+      {"the clean step discarded", 0, "a * < z < >", false},
+      {"the clean step dropped by the bound", 2, "1 2 3 < <", false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    Desk desk(c.bound);
+    desk.run(c.script);
+    EXPECT_EQ(desk.processor.is_clean(), c.clean);
+  }
 }
 
 TEST_F(CommandProcessorTest, ObserversFollowAndNobodyReenters) {
   auto recorder = std::make_unique<MenuWatcher>(processor);
-  submit("a");
-  processor.undo();
-  processor.redo();
-  processor.mark_clean();
+  run("a < > *");
   EXPECT_EQ(recorder->updates, 4);
   EXPECT_EQ(recorder->clean_flips, 4);
 
-  recorder->on_update = [&] {
-    expect_logic_error([&] { processor.undo(); }, "CommandProcessor::undo: another operation is in progress");
-  };
+  std::string refusal;
+  recorder->on_update = [&] { refusal = error_of([&] { processor.undo(); }); };
   submit("b");
+  EXPECT_EQ(refusal, "CommandProcessor::undo: another operation is in progress");
   recorder->on_update = nullptr;
   const THandle<Append> reentrant = make("c");
   reentrant->before = [&] { submit("nested"); };
-  expect_logic_error([&] { submit(reentrant, processor); },
-                     "CommandProcessor::submit: another operation is in progress");
+  EXPECT_EQ(error_of([&] { submit(reentrant, processor); }),
+            "CommandProcessor::submit: another operation is in progress");
   EXPECT_TRUE(submit("d")) << "the guard is released after a refusal";
   EXPECT_EQ(doc, "abd");
   recorder.reset();
@@ -243,12 +218,7 @@ TEST_F(CommandProcessorTest, ObserversFollowAndNobodyReenters) {
 TEST_F(CommandProcessorTest, TracesEveryStepAtLevelTwo) {
   testing::ScopedStreamCapture captured(std::cout);
   VornLog::set_level(2);
-  CommandProcessor bounded(1);
-  submit(make("a", 3), bounded);
-  submit(make("b", 3), bounded);
-  submit(make("c"), bounded);
-  bounded.undo();
-  bounded.redo();
+  Desk(1).run("a:3 b:3 c < >");
   VornLog::set_level(0);
   EXPECT_EQ(captured.text(),
             "DEBUG 2: CommandProcessor::submit 'Append a'\n"
@@ -261,13 +231,7 @@ TEST_F(CommandProcessorTest, TracesEveryStepAtLevelTwo) {
 }
 
 TEST_F(CommandProcessorTest, ObserversHearOfAMacroOnceWhenItCloses) {
-  const struct {
-    const char* name;
-    const char* script;
-    int updates;
-    int clean_flips;
-    std::string names;
-  } cases[] = {
+  const struct { const char* name; const char* script; int updates; int clean_flips; std::string names; } cases[] = {
       {"three commands", "(Outer a b c )", 1, 1, "[Outer]"},
       {"nested macros", "(Outer a (Inner b ) c )", 1, 1, "[Outer]"},
       {"a failing member", "(Outer !f a )", 1, 1, "[Outer]"},
@@ -285,70 +249,30 @@ TEST_F(CommandProcessorTest, ObserversHearOfAMacroOnceWhenItCloses) {
   }
 }
 
-TEST_F(CommandProcessorTest, ObsoleteStepsAreDroppedFromTheHistory) {
+TEST(CommandProcessor, ObsoleteStepsAreDroppedFromTheHistory) {
   const struct {
     const char* name;
-    std::function<void(Desk&, const THandle<Append>& b)> run;  // after "a", with b unsubmitted
+    const char* script;
     std::string doc;
-    int history_size;
-    int position;
+    int history_size, position;
     bool clean;
   } cases[] = {
-      {"obsolete before undo: dropped without undoing",
-       [](Desk& t, const THandle<Append>& b) {
-         t.submit(b, t.processor);
-         b->set_obsolete(true);
-         EXPECT_TRUE(t.processor.undo());
-       },
-       "ab", 1, 1, false},
-      {"obsolete while undoing: undone, then dropped",
-       [](Desk& t, const THandle<Append>& b) {
-         b->undo_hook = [raw = b.unhand()] { raw->set_obsolete(true); };
-         t.submit(b, t.processor);
-         t.processor.undo();
-       },
-       "a", 1, 1, false},
-      {"obsolete at redo: dropped without redoing",
-       [](Desk& t, const THandle<Append>& b) {
-         t.submit(b, t.processor);
-         t.processor.undo();
-         b->set_obsolete(true);
-         EXPECT_TRUE(t.processor.redo());
-       },
-       "a", 1, 1, false},
-      {"obsolete after execute: never recorded",
-       [](Desk& t, const THandle<Append>& b) {
-         b->before = [raw = b.unhand()] { raw->set_obsolete(true); };
-         EXPECT_TRUE(t.submit(b, t.processor));
-       },
-       "ab", 1, 1, false},
-      {"a merge that cancels out: the clean state before it holds",
-       [](Desk& t, const THandle<Append>& b) {
-         t.processor.mark_clean();
-         b->on_merge = [](Append& self) { self.set_obsolete(true); };
-         t.submit(b, t.processor);
-         t.submit("c", 5);
-       },
-       "abc", 1, 1, true},
-      {"dropping a step the clean state included",
-       [](Desk& t, const THandle<Append>& b) {
-         t.submit(b, t.processor);
-         t.processor.mark_clean();
-         t.processor.undo();
-         b->set_obsolete(true);
-         t.processor.redo();
-       },
-       "a", 1, 1, false},
+      {"obsolete before undo: dropped without undoing", "a b ~ <", "ab", 1, 1, false},
+      {"obsolete while undoing: undone, then dropped", "a %b <", "a", 1, 1, false},
+      {"obsolete at redo: dropped without redoing", "a b < ~ >", "a", 1, 1, false},
+      {"obsolete after execute: never recorded", "a #b", "ab", 1, 1, false},
+      {"a merge that cancels out: the clean state before it holds", "a * @b:5 c:5", "abc", 1, 1, true},
+      {"dropping a step the clean state included", "a b * < ~ >", "a", 1, 1, false},
+      {"a new step where the dropped clean one was", "a b * < ~ > c", "ac", 2, 2, false},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    Desk fresh;
-    fresh.submit("a");
-    c.run(fresh, fresh.make("b", 5));
-    EXPECT_EQ(fresh.doc, c.doc);
-    EXPECT_EQ(fresh.processor.history_size(), c.history_size);
-    EXPECT_EQ(fresh.processor.position(), c.position);
-    EXPECT_EQ(fresh.processor.is_clean(), c.clean);
+    Desk desk;
+    desk.run(c.script);
+    EXPECT_EQ(desk.doc, c.doc);
+    EXPECT_EQ(desk.processor.history_size(), c.history_size);
+    EXPECT_EQ(desk.processor.position(), c.position);
+    EXPECT_EQ(desk.processor.is_clean(), c.clean);
   }
 }
 

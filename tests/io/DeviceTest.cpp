@@ -18,6 +18,7 @@
 #include "vorn/io/FileSystem.h"
 #include "vorn/io/MemoryDevice.h"
 #include "vorn/persistence/Archive.h"
+#include "vorn/testing/FaultInjectionFileSystem.h"
 
 namespace vorn {
 namespace {
@@ -26,48 +27,10 @@ using ::testing::ThrowsMessage;
 
 using test::ScratchDirectory;
 
-// What a FakeFile holds, kept by the test so that it outlives the file.
-struct FakeDisk {
-  std::string bytes;
-  std::string synced;
-  int write_error = 0;
-  int sync_error = 0;
-};
-
-// A File over a FakeDisk whose writes and syncs can be made to fail.
-class FakeFile : public File {
- public:
-  explicit FakeFile(FakeDisk& disk) : File("fake"), disk_(disk) {}
-  std::size_t read_at(std::uint64_t offset, void* data, std::size_t size) override {
-    const std::size_t n = offset < disk_.bytes.size() ? std::min<std::size_t>(size, disk_.bytes.size() - offset) : 0;
-    disk_.bytes.copy(static_cast<char*>(data), n, offset);
-    return n;
-  }
-  void write_at(std::uint64_t offset, const void* data, std::size_t size) override {
-    if (disk_.write_error != 0) throw FileError(disk_.write_error, "File::write_at", path());
-    if (disk_.bytes.size() < offset + size) disk_.bytes.resize(offset + size);
-    disk_.bytes.replace(offset, size, static_cast<const char*>(data), size);
-  }
-  std::uint64_t size() override { return disk_.bytes.size(); }
-  FileStatus status() override {
-    FileStatus status;
-    status.type = FileStatus::Type::regular;
-    status.size = disk_.bytes.size();
-    return status;
-  }
-  void truncate(std::uint64_t size) override { disk_.bytes.resize(size); }
-  void sync() override {
-    if (disk_.sync_error != 0) throw FileError(disk_.sync_error, "File::sync", path());
-    disk_.synced = disk_.bytes;
-  }
-  void close() override {}
-
- private:
-  FakeDisk& disk_;
-};
-
-std::unique_ptr<Device> fake_device(FakeDisk& disk, std::size_t buffer_size = FileDevice::default_buffer_size) {
-  return std::make_unique<FileDevice>(std::make_unique<FakeFile>(disk), buffer_size, buffer_size);
+// A file device with small buffers that do not grow, so that buffer edges
+// fall inside short runs too.
+std::unique_ptr<Device> small_device(FileSystem& fs, const std::string& path, const std::string& modes) {
+  return std::make_unique<FileDevice>(fs.open(path, test::open_options(modes)), 100, 100);
 }
 
 // Values of every width, with runs longer than a file device's buffer so
@@ -112,19 +75,17 @@ TEST(Devices, RoundTripThroughEachDevice) {
   const ScratchDirectory dir;
   const std::string name = dir.file("round_trip");
   MemoryDevice memory;
-  FakeDisk disk;
   {
     Archive to_file(name, Archive::WRITE);
     write_sample(to_file);
     Archive to_memory(memory, Archive::WRITE);
     write_sample(to_memory);
-    // A small buffer that does not grow puts buffer edges inside short runs too.
-    Archive to_fake(fake_device(disk, 100), Archive::WRITE);
-    write_sample(to_fake);
+    Archive to_small(small_device(FileSystem::posix(), dir.file("small"), "wc"), Archive::WRITE);
+    write_sample(to_small);
   }
   const std::string image = memory.take();
   EXPECT_EQ(dir.read("round_trip"), image);
-  EXPECT_EQ(disk.bytes, image);
+  EXPECT_EQ(dir.read("small"), image);
 
   {
     SCOPED_TRACE("file");
@@ -139,9 +100,7 @@ TEST(Devices, RoundTripThroughEachDevice) {
   }
   {
     SCOPED_TRACE("small buffer");
-    FakeDisk copy;
-    copy.bytes = image;
-    Archive in(fake_device(copy, 100), Archive::READ);
+    Archive in(small_device(FileSystem::posix(), name, "r"), Archive::READ);
     expect_sample(in);
   }
 }
@@ -213,9 +172,9 @@ TEST(Devices, FailuresAreRecordedNotThrown) {
   EXPECT_EQ(dir.read("read_only"), "abcd");
 
   // A full disk shows only when the buffer is written out: at close.
-  FakeDisk full;
-  full.write_error = ENOSPC;
-  Archive archive(fake_device(full), Archive::WRITE);
+  FaultInjectionFileSystem full;
+  Archive archive(std::make_unique<FileDevice>(full.open(dir.file("full"), test::open_options("wc"))), Archive::WRITE);
+  full.fail_operation(full.operation_count() + 1, ENOSPC, FaultInjectionFileSystem::Repeat::always);
   archive << 1;
   EXPECT_FALSE(archive.failed());
   archive.close();
@@ -223,20 +182,23 @@ TEST(Devices, FailuresAreRecordedNotThrown) {
   EXPECT_EQ(archive.last_error(), ENOSPC);
 }
 
+// What sync() wrote out survives a power cut; a failing sync is recorded.
 TEST(Devices, SyncFlushesAndMakesDurable) {
-  FakeDisk disk;
-  Archive archive(fake_device(disk), Archive::WRITE);
+  const ScratchDirectory dir;
+  dir.write("f", "");
+  FaultInjectionFileSystem fs;
+  Archive archive(std::make_unique<FileDevice>(fs.open(dir.file("f"), test::open_options("w"))), Archive::WRITE);
   archive << 0x01020304;
-  EXPECT_TRUE(disk.synced.empty());
   EXPECT_TRUE(archive.sync());
-  EXPECT_EQ(disk.synced, "\x01\x02\x03\x04");
-
-  disk.sync_error = EIO;
+  archive << 5;
+  fs.fail_operation(fs.operation_count() + 1, EIO, FaultInjectionFileSystem::Repeat::always);
   EXPECT_FALSE(archive.sync());
   EXPECT_TRUE(archive.failed());
   EXPECT_EQ(archive.last_error(), EIO);
   archive.close();
   EXPECT_THAT([&] { archive.sync(); }, ThrowsMessage<std::runtime_error>("Archive::sync: the archive is not open"));
+  fs.drop_unsynced();
+  EXPECT_EQ(dir.read("f"), "\x01\x02\x03\x04");
 }
 
 }  // namespace

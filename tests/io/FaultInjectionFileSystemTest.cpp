@@ -94,12 +94,7 @@ TEST(FaultInjectionFileSystem, CrashRefusesLaterOperationsUntilThePowerLoss) {
 }
 
 TEST(FaultInjectionFileSystem, PowerLossKeepsOnlyWhatWasSynced) {
-  const struct {
-    const char* name;
-    Files before;
-    const char* script;
-    Files after;
-  } cases[] = {
+  const struct { const char* name; Files before; const char* script; Files after; } cases[] = {
       {"unsynced write lost", {{"f", "old"}}, "o:f a:0:NEW c", {{"f", "old"}}},
       {"synced write kept", {{"f", "old"}}, "o:f a:0:NEW s c", {{"f", "NEW"}}},
       {"write after the sync lost", {}, "o:f a:0:ab s D a:2:cd t:1", {{"f", "ab"}}},

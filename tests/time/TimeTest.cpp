@@ -36,10 +36,7 @@ using testing::error_of;
 
 TEST(Date, ValidatesMonthThenDayThenYearKeepsFailedFieldsAndPrints) {
   const std::string day = "Date::Date: Invalid day.", month = "Date::Date: Invalid month.";
-  const struct {
-    int d, m, y;
-    std::string error;
-  } cases[] = {
+  const struct { int d, m, y; std::string error; } cases[] = {
       {29, 2, 2000, ""},   {29, 2, 2004, ""},   {29, 2, -4, ""},      {31, 12, INT_MIN, ""}, {29, 2, 1900, day},
       {29, 2, 2003, day},  {29, 2, -1, day},    {30, 2, 2004, day},   {31, 4, 2004, day},    {0, 1, 2004, day},
       {32, 1, 2004, day},  {1, 13, 2004, month}, {1, 0, 2004, month}, {99, 13, 2004, month}, {0, 0, 0, month},
@@ -162,10 +159,7 @@ TEST(Timer, FormatSplitsIntoUnitsAndPluralisesOnTheText) {
 }
 
 TEST(Timer, DurationIsTakenInThirtyTwoBitArithmetic) {
-  struct Case {
-    long start, now;
-    double seconds;
-  };
+  struct Case { long start, now; double seconds; };
   std::vector<Case> cases = {
       {0, 0, 0.0}, {1000000, 3500000, 2.5}, {3000000, 1000000, -2.0},
       {INT32_MAX - 499999L, static_cast<long>(INT32_MIN) + 500000L, 1.0},  // the clock wrapped

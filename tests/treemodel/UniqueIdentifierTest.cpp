@@ -104,11 +104,7 @@ std::string repeat(const std::string& text, int times) {
 }
 
 TEST(UniqueIdentifier, ManyInsertionsGiveThePlainAlgorithmsIdentifiers) {
-  struct Case {
-    const char* name;
-    std::string script;
-    std::function<void(Recorder&)> then = nullptr;
-  };
+  struct Case { const char* name; std::string script; std::function<void(Recorder&)> then = nullptr; };
   const Case cases[] = {
       {"one identifier at the top level", "peak*120"},
       {"after the first child", "p p/x p>x*40"},
@@ -121,8 +117,7 @@ TEST(UniqueIdentifier, ManyInsertionsGiveThePlainAlgorithmsIdentifiers) {
       {"sorted between insertions", "a*15 sort a*5"},
       {"siblings added by append_children and merge", "src src/a*5 p p/a*2",
        [](Recorder& r) {
-         const Position src = at(r.model, "src");
-         const Position p = at(r.model, "p");
+         const Position src = at(r.model, "src"), p = at(r.model, "p");
          r.model.append_children(p, src.begin(), src.end());  // a, a_1 again, then a_2..a_4: unchecked
          r.run("p/a*3");
          r.model.set_duplicate_checking(false);
@@ -169,15 +164,9 @@ TEST(UniqueIdentifier, ArbitraryRangesAreSearchedAsGiven) {
   TreeModel model;
   Recorder r{model, {}, {}};
   r.run("a*8");  // top level: a_7, a_6, ..., a_1, a
-  struct Case {
-    const char* name;
-    int from;
-    int to;  // positions in the top-level list; -1 for its end
-  };
-  const Case cases[] = {
-      {"the whole list", 0, -1}, {"all but the first", 1, -1}, {"the first three", 0, 3},
-      {"an empty range", 2, 2},  {"the last one", 7, -1},
-  };
+  struct Case { const char* name; int from, to; };  // positions in the top-level list; -1 for its end
+  const Case cases[] = {{"the whole list", 0, -1}, {"all but the first", 1, -1}, {"the first three", 0, 3},
+                        {"an empty range", 2, 2},  {"the last one", 7, -1}};
   for (const char* base : {"a", "a_3", "b"}) {
     for (const Case& c : cases) {
       SCOPED_TRACE(std::string(c.name) + " for " + base);
