@@ -216,26 +216,6 @@ TEST(ArchiveDatabase, EntryFiles) {
   EXPECT_THROW(db.entry(1), std::invalid_argument);
 }
 
-TEST(ArchiveDatabase, NearestEntry) {
-  TempDirectory dir;
-  dir.write("n.adi", "abc\nABD\nabx\n");
-  dir.write("m.adi", "abc\nABD\nabx\nabd\nAbd\n");
-  const Db db(dir.path, "n", 1), more(dir.path, "m", 1), empty(dir.path, "none", 1);
-  const struct { const Db& db; const char* target; int position; Db::IdentifierMatch match; } cases[] = {
-      {db, "ABC", 0, Db::case_insensitive_match}, {db, "abz", 2, Db::no_match},
-      {db, "abd", 1, Db::case_insensitive_match}, {db, "abc", 0, Db::exact_match},
-      {db, "a", 0, Db::no_match},                 {db, "abb", 0, Db::no_match},
-      {db, "abe", 2, Db::no_match},               {more, "abd", 3, Db::exact_match},
-      {more, "aBD", 1, Db::case_insensitive_match}, {empty, "x", -1, Db::no_match},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.target);
-    Db::IdentifierMatch match = Db::exact_match;
-    EXPECT_EQ(c.db.nearest_entry(Id(c.target), match), c.position);
-    EXPECT_EQ(match, c.match);
-  }
-}
-
 // Changes the database until killed, reporting "<op> <id>" before and "done"
 // after every call (each report one atomic pipe write).
 [[noreturn]] void change_database_forever(const std::string& dir, int round, int fd) {
