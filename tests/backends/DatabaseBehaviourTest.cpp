@@ -325,16 +325,6 @@ TYPED_TEST(DatabaseBehaviour, EntriesAreStoredAsTheirEntryFileBytes) {
   }
 }
 
-TYPED_TEST(DatabaseBehaviour, OtherObjectsSeeCommittedChanges) {
-  const std::unique_ptr<Db> other = this->open();
-  this->db_->append(make_entry("A1", "a"));
-  other->reload();
-  EXPECT_EQ(other->size(), 1);
-  other->append(make_entry("B1", "b"));
-  this->db_->reload();
-  EXPECT_EQ(this->ids(), (std::vector<std::string>{"A1", "B1"}));
-}
-
 TYPED_TEST(DatabaseBehaviour, OpeningFollowsTheOptions) {
   TypeParam fresh;
   DatabaseOptions plain;
