@@ -58,13 +58,14 @@ void patch_header(const std::string& path, std::size_t offset, std::uint32_t val
 TEST(SqliteDatabase, OpeningRules) {
   TempDirectory dir;
   const std::string missing = dir.file("missing.sqlite");
-  DatabaseOptions read_only;
-  EXPECT_EQ(error_of([&] { Db db(missing, read_only); }),
-            "SqliteDatabase::open: no database (no such file): " + missing +
-                "; create it with create_if_missing (vorn db create)");
-  EXPECT_EQ(error_of([&] { Db db(missing, writable_options(false)); }),
-            "SqliteDatabase::open: no database (no such file): " + missing +
-                "; create it with create_if_missing (vorn db create)");
+  for (const bool writable : {false, true}) {
+    SCOPED_TRACE(writable ? "writable" : "read-only");
+    DatabaseOptions options;
+    options.writable = writable;
+    EXPECT_EQ(error_of([&] { Db db(missing, options); }),
+              "SqliteDatabase::open: no database (no such file): " + missing +
+                  "; create it with create_if_missing (vorn db create)");
+  }
   EXPECT_FALSE(dir.exists("missing.sqlite"));
 
   const std::string nowhere = dir.file("no/such/dir.sqlite");
@@ -93,6 +94,7 @@ TEST(SqliteDatabase, OpeningRules) {
   EXPECT_EQ(reader.size(), 0);
   EXPECT_EQ(error_of([&] { reader.append(make_entry("a", "1")); }),
             "SqliteDatabase::append: database is not opened for writing");
+  // The store refuses on its own, as the tool uses it without a database.
   EXPECT_EQ(error_of([&] { reader.store().apply({{EntryStore::Change::remove, Id("a"), ""}}, "apply"); }),
             "SqliteDatabase::apply: database is not opened for writing");
 }
