@@ -32,11 +32,8 @@ using Entry = DatabaseEntry<std::string>;
 using Db = ArchiveDatabase<Entry>;
 using Id = DatabaseEntryIdentifier;
 using State = std::map<std::string, std::string>;
+using test::make_entry;
 using test::TempDirectory;
-
-THandle<Entry> text_entry(const std::string& id, const std::string& data) {
-  return THandle<Entry>(new Entry(Id(id), THandle<std::string>(new std::string(data))));
-}
 
 std::string what_of(const std::function<void()>& call) {
   try {
@@ -71,7 +68,7 @@ std::set<std::string> stray_files(const std::string& directory) {
 void fill(const std::string& directory, const State& state) {
   Db db(directory, "n", Archive::READ | Archive::WRITE);
   db.set_durability(Durability::relaxed);
-  for (const auto& [id, data] : state) db.append(text_entry(id, data));
+  for (const auto& [id, data] : state) db.append(make_entry(id, data));
 }
 
 struct Scenario {
@@ -101,16 +98,16 @@ bool whole(const State& state, const Scenario& scenario) {
 
 std::vector<Scenario> scenarios() {
   return {
-      {"append", {{"A", "a"}}, [](Db& db) { db.append(text_entry("C", "ccc")); }, {{"A", "a"}, {"C", "ccc"}}, {"C"}},
-      {"replace", {{"A", "a long old value"}}, [](Db& db) { db.replace(text_entry("A", "s")); }, {{"A", "s"}}, {}},
+      {"append", {{"A", "a"}}, [](Db& db) { db.append(make_entry("C", "ccc")); }, {{"A", "a"}, {"C", "ccc"}}, {"C"}},
+      {"replace", {{"A", "a long old value"}}, [](Db& db) { db.replace(make_entry("A", "s")); }, {{"A", "s"}}, {}},
       {"remove", {{"A", "a"}, {"B", "b"}}, [](Db& db) { db.remove(Id("A")); }, {{"B", "b"}}, {}},
       {"batch",
        {{"A", "a"}, {"B", "b"}},
        [](Db& db) {
          Db::Batch batch = db.batch();
-         batch.append(text_entry("C", "c"));
-         batch.append(text_entry("D", "d"));
-         batch.replace(text_entry("B", "new b"));
+         batch.append(make_entry("C", "c"));
+         batch.append(make_entry("D", "d"));
+         batch.replace(make_entry("B", "new b"));
          batch.remove(Id("A"));
          batch.commit();
        },
@@ -121,8 +118,8 @@ std::vector<Scenario> scenarios() {
        {{"A", "a"}},
        [](Db& db) {
          Db::Batch batch = db.batch();
-         for (const char* id : {"C", "D", "E", "F", "G", "H", "I", "J"}) batch.append(text_entry(id, id));
-         batch.replace(text_entry("A", "new a"));
+         for (const char* id : {"C", "D", "E", "F", "G", "H", "I", "J"}) batch.append(make_entry(id, id));
+         batch.replace(make_entry("A", "new a"));
          batch.commit();
        },
        {{"A", "new a"}, {"C", "C"}, {"D", "D"}, {"E", "E"}, {"F", "F"}, {"G", "G"}, {"H", "H"}, {"I", "I"}, {"J", "J"}},
@@ -220,10 +217,10 @@ TEST(DurableDatabase, WritersSeeEachOther) {
   TempDirectory dir;
   Db first(dir.path, "n", Archive::READ | Archive::WRITE);
   Db second(dir.path, "n", Archive::READ | Archive::WRITE);
-  first.append(text_entry("A", "a"));
-  second.append(text_entry("B", "b"));  // reloads first: A stays listed
+  first.append(make_entry("A", "a"));
+  second.append(make_entry("B", "b"));  // reloads first: A stays listed
   EXPECT_EQ(dir.read("n.adi"), "A\nB\n");
-  EXPECT_EQ(what_of([&] { second.append(text_entry("A", "again")); }),
+  EXPECT_EQ(what_of([&] { second.append(make_entry("A", "again")); }),
             "ArchiveDatabase::append: database already contains an entry with this identifier: A");
   second.remove(Id("A"));
   EXPECT_EQ(what_of([&] { first.entry(0); }), "ArchiveDatabase::entry: entry was removed from the database: A");
@@ -249,7 +246,7 @@ TEST(DurableDatabase, WriterReadsAnIndexItCouldNotReadAtOpening) {
   FileSystem::Scoped use(fs);
   fs.fail_operation(opening, EACCES);
   Db db(dir.path, "n", Archive::READ | Archive::WRITE);
-  db.append(text_entry("B", "b"));  // reads A first instead of writing over it
+  db.append(make_entry("B", "b"));  // reads A first instead of writing over it
   EXPECT_EQ(dir.read("n.adi"), "A\nB\n");
 }
 
@@ -307,13 +304,13 @@ TEST(DurableDatabase, ReadOnlyFileSystemRefusesEveryChange) {
     std::function<void()> change;
     std::string operation;
   } cases[] = {
-      {"append", [&] { db.append(text_entry("B", "b")); }, "append"},
-      {"replace", [&] { db.replace(text_entry("A", "new")); }, "replace"},
+      {"append", [&] { db.append(make_entry("B", "b")); }, "append"},
+      {"replace", [&] { db.replace(make_entry("A", "new")); }, "replace"},
       {"remove", [&] { db.remove(Id("A")); }, "remove"},
       {"batch",
        [&] {
          Db::Batch batch = db.batch();
-         batch.append(text_entry("B", "b"));
+         batch.append(make_entry("B", "b"));
          batch.commit();
        },
        "apply"},
