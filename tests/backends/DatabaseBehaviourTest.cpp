@@ -131,6 +131,7 @@ TYPED_TEST(DatabaseBehaviour, AppendKeepsOrderRemoveMovesLaterEntriesUpReplaceSt
   EXPECT_EQ(*db.entry(1)->data(), "data of B1");
   EXPECT_EQ(*db.entry(Id("D1"))->data(), "data of D1");
   EXPECT_EQ(*db.find(Id("A1"))->data(), "data of A1");
+  EXPECT_FALSE(db.find(Id("a1")));  // another case is another identifier
 
   db.remove(Id("B1"));
   EXPECT_EQ(this->ids(), (std::vector<std::string>{"A1", "D1"}));
