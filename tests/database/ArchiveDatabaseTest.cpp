@@ -1,24 +1,15 @@
-// The archive database: file layout, index upkeep, error paths, and a writer
-// killed at random moments.
+// The archive database: file layout, index upkeep and error paths. Killed
+// writers are in DurabilityTest and tests/backends.
 #include "vorn/database/ArchiveDatabase.h"
 
-#include <signal.h>
 #include <stdlib.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
-#include <random>
-#include <set>
-#include <sstream>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -70,16 +61,12 @@ TEST(ArchiveDatabase, FilesAndHashIndexStayInStep) {
     EXPECT_EQ(dir.read("n_X1.ade"), std::string("\0\0\0\6\0\0\0\2X1\0\0\0\12data of X1", 24));
     EXPECT_EQ(dir.read("n.adi"), "X1\nB1\nD1\n");
     db.remove(Id("B1"));
-    EXPECT_EQ(dir.read("n.adi") + listed(db), "X1\nD1\nX1\nD1\n");
-    EXPECT_FALSE(dir.exists("n_B1.ade") || db.identifier_exists(Id("B1")));
-    EXPECT_EQ(std::to_string(db.index(Id("D1"))) + std::to_string(db.index(Id("B1"))), "12");
+    EXPECT_EQ(dir.read("n.adi"), "X1\nD1\n");
+    EXPECT_FALSE(dir.exists("n_B1.ade"));
     db.append(make_entry("B1", "again"));
     EXPECT_EQ(dir.read("n.adi"), "X1\nD1\nB1\n");
   }
-  const Db reopened(dir.path, "n", Archive::READ);
-  EXPECT_EQ(listed(reopened), "X1\nD1\nB1\n");
-  EXPECT_EQ(*reopened.entry(1)->data(), "data of D1");
-  EXPECT_EQ(*reopened.entry(Id("B1"))->data(), "again");
+  EXPECT_EQ(*Db(dir.path, "n", Archive::READ).entry(Id("B1"))->data(), "again");
 
   dir.write("other_D1.ade", "keep");
   Db::delete_database_files(dir.path, "n");
@@ -141,22 +128,8 @@ TEST(ArchiveDatabase, ErrorMessagesLeaveFilesUnchanged) {
   TempDirectory dir;
   Db db(dir.path, "n", 3);
   db.append(make_entry("A1", "a"));
-  Db ro(dir.path, "n", Archive::READ);
   const std::string outside = ": identifier does not name a file inside the database directory: ";
   const struct { std::function<void()> call; std::string message; } cases[] = {
-      {[&] { db.entry(1); }, "ArchiveDatabase::entry( int ) 1 is out of range"},
-      {[&] { db.entry(-1); }, "ArchiveDatabase::entry( int ) -1 is out of range"},
-      {[&] { db.identifier(7); }, "ArchiveDatabase::entry( int ) 7 is out of range"},
-      {[&] { db.entry(Id("zz")); }, "ArchiveDatabase::entry( DatabaseEntryIdentifier zz is not in the database"},
-      {[&] { db.append(make_entry("A1", "other")); },
-       "ArchiveDatabase::append: database already contains an entry with this identifier: A1"},
-      {[&] { db.replace(make_entry("Q", "q")); },
-       "ArchiveDatabase::replace: database does not contain an entry with this identifier: Q"},
-      {[&] { db.remove(Id("Q")); },
-       "ArchiveDatabase::remove: database does not contain an entry with this identifier: Q"},
-      {[&] { ro.append(make_entry("B", "b")); }, "ArchiveDatabase::append: database is not opened for writing"},
-      {[&] { ro.replace(make_entry("A1", "b")); }, "ArchiveDatabase::replace: database is not opened for writing"},
-      {[&] { ro.remove(Id("A1")); }, "ArchiveDatabase::remove: database is not opened for writing"},
       {[&] { db.append(make_entry("x/../../evil", "b")); }, "ArchiveDatabase::append" + outside + "x/../../evil"},
       {[&] { db.replace(make_entry("..", "b")); }, "ArchiveDatabase::replace" + outside + ".."},
       {[&] { db.remove(Id("a/..")); }, "ArchiveDatabase::remove" + outside + "a/.."},
@@ -214,114 +187,6 @@ TEST(ArchiveDatabase, EntryFiles) {
   }
   ::unlink(dir.file("n_S.ade").c_str());
   EXPECT_THROW(db.entry(1), std::invalid_argument);
-}
-
-TEST(ArchiveDatabase, NearestEntry) {
-  TempDirectory dir;
-  dir.write("n.adi", "abc\nABD\nabx\n");
-  dir.write("m.adi", "abc\nABD\nabx\nabd\nAbd\n");
-  const Db db(dir.path, "n", 1), more(dir.path, "m", 1), empty(dir.path, "none", 1);
-  const struct { const Db& db; const char* target; int position; Db::IdentifierMatch match; } cases[] = {
-      {db, "ABC", 0, Db::case_insensitive_match}, {db, "abz", 2, Db::no_match},
-      {db, "abd", 1, Db::case_insensitive_match}, {db, "abc", 0, Db::exact_match},
-      {db, "a", 0, Db::no_match},                 {db, "abb", 0, Db::no_match},
-      {db, "abe", 2, Db::no_match},               {more, "abd", 3, Db::exact_match},
-      {more, "aBD", 1, Db::case_insensitive_match}, {empty, "x", -1, Db::no_match},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.target);
-    Db::IdentifierMatch match = Db::exact_match;
-    EXPECT_EQ(c.db.nearest_entry(Id(c.target), match), c.position);
-    EXPECT_EQ(match, c.match);
-  }
-}
-
-// Changes the database until killed, reporting "<op> <id>" before and "done"
-// after every call (each report one atomic pipe write).
-[[noreturn]] void change_database_forever(const std::string& dir, int round, int fd) {
-  std::mt19937 random(static_cast<unsigned>(round) * 7919u + 17u);
-  const auto report = [fd](const std::string& line) {
-    if (::write(fd, (line + "\n").data(), line.size() + 1) != static_cast<ssize_t>(line.size() + 1)) ::_exit(3);
-  };
-  try {
-    Db db(dir, "crash", 3);
-    db.set_durability(Durability::relaxed);  // killed processes, not power cuts
-    for (int serial = 0;; ++serial) {
-      const int choice = static_cast<int>(random() % 10);
-      if (choice < 5 || db.size() < 3) {
-        const std::string id = "r" + std::to_string(round) + "_" + std::to_string(serial);
-        report("append " + id);
-        db.append(make_entry(id, std::string(50 + random() % 200, static_cast<char>('a' + serial % 26))));
-      } else {
-        const Id id = db.identifier(static_cast<int>(random() % static_cast<unsigned>(db.size())));
-        report((choice < 8 ? "replace " : "remove ") + id.text());
-        choice < 8 ? db.replace(make_entry(id, std::string(random() % 300, 'R'))) : db.remove(id);
-      }
-      report("done");
-    }
-  } catch (...) {
-    ::_exit(2);
-  }
-}
-
-// Kills a writer at random moments, for at most three seconds, and checks the
-// database it leaves: every finished call is there, and every listed entry
-// reads whole.
-TEST(ArchiveDatabaseCrash, KilledWritersLeaveAWholeDatabase) {
-  TempDirectory dir;
-  std::set<std::string> alive;
-  std::mt19937 random(12345);
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(3);
-  int rounds = 0, operations = 0;
-  for (; rounds < 200 && std::chrono::steady_clock::now() < deadline; ++rounds) {
-    SCOPED_TRACE("round " + std::to_string(rounds));
-    int pipe_fds[2];
-    ASSERT_EQ(::pipe(pipe_fds), 0);
-    const pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-      ::close(pipe_fds[0]);
-      change_database_forever(dir.path, rounds, pipe_fds[1]);
-    }
-    ::close(pipe_fds[1]);
-    ::usleep(static_cast<useconds_t>(1000 + random() % 15000));
-    ::kill(child, SIGKILL);
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    ASSERT_TRUE(WIFSIGNALED(status)) << "the writer stopped by itself with status " << status;
-
-    // Replay the calls that returned; the one under way may or may not have happened.
-    std::string log, op, id, word;
-    char buffer[4096];
-    for (ssize_t n; (n = ::read(pipe_fds[0], buffer, sizeof buffer)) > 0;) log.append(buffer, static_cast<std::size_t>(n));
-    ::close(pipe_fds[0]);
-    for (std::istringstream words(log); words >> word;) {
-      if (word != "done") {
-        op = word;
-        words >> id;
-        continue;
-      }
-      if (op == "append") alive.insert(id);
-      if (op == "remove") alive.erase(id);
-      ++operations;
-      op.clear();
-    }
-    const std::string pending_id = op.empty() ? "" : id;
-
-    const Db db(dir.path, "crash", Archive::READ);
-    std::set<std::string> listed;
-    for (int i = 0; i < db.size(); ++i) {
-      const std::string listed_id = db.identifier(i);
-      EXPECT_TRUE(listed.insert(listed_id).second) << "listed twice: " << listed_id;
-      EXPECT_TRUE(alive.count(listed_id) == 1 || listed_id == pending_id) << "unexpected: " << listed_id;
-      EXPECT_EQ(db.entry(i)->identifier().text(), listed_id);  // the file exists and reads whole
-    }
-    for (const auto& a : alive) EXPECT_TRUE(listed.count(a) == 1 || a == pending_id) << "lost: " << a;
-    alive = listed;
-    if (HasFailure()) break;
-  }
-  EXPECT_GT(rounds, 10);
-  EXPECT_GT(operations, 100);
 }
 
 }  // namespace

@@ -84,9 +84,7 @@ TEST(DatabaseEntryIdentifier, OrdersAndHashesAsCaseSensitiveBytes) {
   std::sort(ids.begin(), ids.end());
   EXPECT_EQ(std::vector<std::string>(ids.begin(), ids.end()),
             (std::vector<std::string>{"", "AB", "ABC", "B", "abc", "abc", "\xC3\xA9"}));
-  const Id a("abc"), b("ABC");
-  EXPECT_TRUE(b < a && a > b && b <= a && a >= b && a != b && a == Id("abc") && !(a < Id("abc")));
-  const std::unordered_set<Id> set{a, b, Id("abc")};
+  const std::unordered_set<Id> set{Id("abc"), Id("ABC"), Id("abc")};
   EXPECT_EQ(set.size(), 2u);
   EXPECT_EQ(set.count(Id(" abc ")), 1u);
 }

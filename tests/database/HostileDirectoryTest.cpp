@@ -126,20 +126,25 @@ TEST(HostileDirectory, LinkOutOfTheDirectoryIsNeverFollowed) {
   EXPECT_TRUE(s.dir.read("outside/listed.ade").has_value());
 }
 
-TEST(HostileDirectory, EntryFileThatIsNotARegularFile) {
+TEST(HostileDirectory, EntryFileOrIndexThatIsNotARegularFile) {
   HangGuard guard;
   Layout s;
   s.dir.write("db/n.adi", "F\nD\n");
   ::mkfifo((s.db + "/n_F.ade").c_str(), 0666);
   ::mkdir((s.db + "/n_D.ade").c_str(), 0777);
+  ::mkfifo((s.db + "/fifo.adi").c_str(), 0666);
+  ::mkdir((s.db + "/dir.adi").c_str(), 0777);
   Db db(s.db, "n", Archive::READ | Archive::WRITE);
   const std::string fifo = "cannot open entry file " + s.db + "/n_F.ade: Invalid argument";
   const std::string directory = "cannot open entry file " + s.db + "/n_D.ade: Is a directory";
+  const std::string index = "ArchiveDatabase::read_index_file: cannot read index file " + s.db;
   const struct { const char* name; std::function<void()> call; std::string message; } cases[] = {
       {"read a FIFO", [&] { db.entry(0); }, "ArchiveDatabase::read_entry: " + fifo},
       {"replace a FIFO", [&] { db.replace(make_entry("F", "x")); }, "ArchiveDatabase::write_entry: " + fifo},
       {"read a directory", [&] { db.entry(1); }, "ArchiveDatabase::read_entry: " + directory},
       {"replace a directory", [&] { db.replace(make_entry("D", "x")); }, "ArchiveDatabase::write_entry: " + directory},
+      {"index a FIFO", [&] { Db(s.db, "fifo", Archive::READ | Archive::WRITE); }, index + "/fifo.adi: Invalid argument"},
+      {"index a directory", [&] { Db(s.db, "dir", Archive::READ | Archive::WRITE); }, index + "/dir.adi: Is a directory"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -148,22 +153,6 @@ TEST(HostileDirectory, EntryFileThatIsNotARegularFile) {
   struct stat state {};
   ASSERT_EQ(::lstat((s.db + "/n_F.ade").c_str(), &state), 0);
   EXPECT_TRUE(S_ISFIFO(state.st_mode));
-}
-
-TEST(HostileDirectory, IndexThatIsNotARegularFile) {
-  HangGuard guard;
-  Layout s;
-  ::mkfifo((s.db + "/fifo.adi").c_str(), 0666);
-  ::mkdir((s.db + "/dir.adi").c_str(), 0777);
-  const struct { const char* name; std::string message; } cases[] = {
-      {"fifo", "ArchiveDatabase::read_index_file: cannot read index file " + s.db + "/fifo.adi: Invalid argument"},
-      {"dir", "ArchiveDatabase::read_index_file: cannot read index file " + s.db + "/dir.adi: Is a directory"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    EXPECT_EQ(what_of([&] { Db db(s.db, c.name, Archive::READ | Archive::WRITE); }), c.message);
-  }
-  EXPECT_EQ(Db(s.db, "missing", Archive::READ).size(), 0);
 }
 
 TEST(HostileDirectory, IdentifierLengthsAgainstTheFileNameLimit) {
@@ -175,7 +164,6 @@ TEST(HostileDirectory, IdentifierLengthsAgainstTheFileNameLimit) {
   const struct { const char* name; std::string id; bool stored; } cases[] = {
       {"longest stored", std::string(217, 'a'), true},
       {"one byte more", std::string(218, 'b'), false},
-      {"240 bytes", std::string(240, 'c'), false},
       {"255 bytes", std::string(255, 'd'), false},
       {"long component in a subdirectory", "s/" + std::string(222, 'e'), false},
   };

@@ -1,25 +1,17 @@
 // What is particular to the SQLite backend: opening and creating files,
-// foreign and newer files, durability, locators, byte-exact entry images,
-// the index behind nearest_entry, and several processes writing at once.
-// The behaviour every backend shares is tested in tests/backends.
-#include <signal.h>
-#include <sys/wait.h>
+// foreign and newer files, locators, and the identifiers it holds. The
+// behaviour every backend shares is tested in tests/backends.
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <memory>
-#include <random>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "database/TempDirectory.h"
-#include "vorn/database/ArchiveDatabase.h"
 #include "vorn/database/OpenDatabase.h"
 #include "vorn/database/SqliteDatabase.h"
 #include "vorn/database/database_error.h"
@@ -63,40 +55,17 @@ void patch_header(const std::string& path, std::size_t offset, std::uint32_t val
   file.write(bytes, 4);
 }
 
-std::vector<std::string> identifiers_of(const Db& db) {
-  std::vector<std::string> ids;
-  for (const Id& id : db.identifiers()) ids.push_back(id.text());
-  return ids;
-}
-
-TEST(SqliteDatabase, Tour) {
-  TempDirectory dir;
-  const std::string file = dir.file("genes.sqlite");
-  {
-    auto db = Db::open(file, writable_options());
-    db->append(make_entry("X1", "hello"));
-    db->append(make_entry("x2", "world"));
-    EXPECT_EQ(db->locator(), "sqlite:" + file);
-  }
-  auto again = open_database<Entry>("sqlite:" + file, Archive::READ);
-  ASSERT_EQ(again->size(), 2);
-  EXPECT_EQ(*again->entry(Id("x2"))->data(), "world");
-  EXPECT_FALSE(again->writable());
-  Database<Entry>::IdentifierMatch match;
-  EXPECT_EQ(again->nearest_entry(Id("X2"), match), 1);
-  EXPECT_EQ(match, Database<Entry>::case_insensitive_match);
-}
-
 TEST(SqliteDatabase, OpeningRules) {
   TempDirectory dir;
   const std::string missing = dir.file("missing.sqlite");
-  DatabaseOptions read_only;
-  EXPECT_EQ(error_of([&] { Db db(missing, read_only); }),
-            "SqliteDatabase::open: no database (no such file): " + missing +
-                "; create it with create_if_missing (vorn db create)");
-  EXPECT_EQ(error_of([&] { Db db(missing, writable_options(false)); }),
-            "SqliteDatabase::open: no database (no such file): " + missing +
-                "; create it with create_if_missing (vorn db create)");
+  for (const bool writable : {false, true}) {
+    SCOPED_TRACE(writable ? "writable" : "read-only");
+    DatabaseOptions options;
+    options.writable = writable;
+    EXPECT_EQ(error_of([&] { Db db(missing, options); }),
+              "SqliteDatabase::open: no database (no such file): " + missing +
+                  "; create it with create_if_missing (vorn db create)");
+  }
   EXPECT_FALSE(dir.exists("missing.sqlite"));
 
   const std::string nowhere = dir.file("no/such/dir.sqlite");
@@ -125,6 +94,7 @@ TEST(SqliteDatabase, OpeningRules) {
   EXPECT_EQ(reader.size(), 0);
   EXPECT_EQ(error_of([&] { reader.append(make_entry("a", "1")); }),
             "SqliteDatabase::append: database is not opened for writing");
+  // The store refuses on its own, as the tool uses it without a database.
   EXPECT_EQ(error_of([&] { reader.store().apply({{EntryStore::Change::remove, Id("a"), ""}}, "apply"); }),
             "SqliteDatabase::apply: database is not opened for writing");
 }
@@ -162,21 +132,6 @@ TEST(SqliteDatabase, ForeignAndNewerFiles) {
   // it) a database; it leaves a foreign one alone.
   EXPECT_EQ(error_of([&] { Db db(dir.file("empty.sqlite"), writable_options()); }), "");
   EXPECT_EQ(error_of([&] { Db db(dir.file("no_id.sqlite"), writable_options()); }), cases[2].want);
-}
-
-TEST(SqliteDatabase, DurabilityIsAnOptionAndCanChange) {
-  TempDirectory dir;
-  DatabaseOptions relaxed = writable_options();
-  relaxed.durability = Durability::relaxed;
-  Db db(dir.file("d.sqlite"), relaxed);
-  EXPECT_EQ(db.durability(), Durability::relaxed);
-  db.append(make_entry("a", "1"));
-  db.set_durability(Durability::full);
-  EXPECT_EQ(db.durability(), Durability::full);
-  db.append(make_entry("b", "2"));
-  // Both are committed, whatever the synchronisation: another connection sees them.
-  Db other(dir.file("d.sqlite"), DatabaseOptions());
-  EXPECT_EQ(other.size(), 2);
 }
 
 TEST(SqliteDatabase, LocatorsOpenTheSameFile) {
@@ -230,71 +185,6 @@ TEST(SqliteDatabase, IdentifiersItHoldsAndRefuses) {
     EXPECT_EQ(error_of([&] { db.append(make_handle<Entry>(c.id, make_handle<std::string>("x"))); }), c.want);
   }
   EXPECT_EQ(db.size(), 1);
-}
-
-// Random appends, replaces and removes, alone and in batches, against a
-// vector of identifiers:
-// positions stay dense and in append order, and nearest_entry agrees with
-// the scan of Database::nearest_entry on identifiers with many equal
-// foldings and shared prefixes.
-TEST(SqliteDatabase, NearestAgreesWithTheScanAsPositionsShift) {
-  TempDirectory dir;
-  DatabaseOptions relaxed = writable_options();
-  relaxed.durability = Durability::relaxed;  // 400 commits: no syncing
-  Db db(dir.file("n.sqlite"), relaxed);
-  std::mt19937 random(2024);
-  const std::string alphabet = "aAbB_~\x7f\xe9";
-  const auto random_id = [&] {
-    std::string id(1 + random() % 3, 'a');
-    for (char& c : id) c = alphabet[random() % alphabet.size()];
-    return id;
-  };
-  std::vector<std::string> model;
-  for (int step = 0; step < 400; ++step) {
-    const std::string id = random_id();
-    const auto at = std::find(model.begin(), model.end(), id);
-    if (at == model.end()) {
-      db.append(make_entry(id, "v"));
-      model.push_back(id);
-    } else if (random() % 3 == 0) {
-      db.replace(make_entry(id, "w"));
-    } else {
-      db.remove(Id(id));
-      model.erase(at);
-    }
-  }
-  ASSERT_EQ(identifiers_of(db), model);
-  // Batches remove several entries (and append after removing) before the
-  // gaps they leave are closed.
-  for (int round = 0; round < 20; ++round) {
-    Db::Batch batch = db.batch();
-    for (int k = 0; k < 15; ++k) {
-      const std::string id = random_id();
-      const auto at = std::find(model.begin(), model.end(), id);
-      if (at == model.end()) {
-        batch.append(make_entry(id, "b"));
-        model.push_back(id);
-      } else {
-        batch.remove(Id(id));
-        model.erase(at);
-      }
-    }
-    batch.commit();
-    ASSERT_EQ(identifiers_of(db), model) << "after batch " << round;
-  }
-  for (int probe = 0; probe < 300; ++probe) {
-    const Id target(probe % 10 == 0 ? std::string() : random_id() + (probe % 7 == 0 ? "z" : ""));
-    SCOPED_TRACE("target '" + target.text() + "'");
-    Database<Entry>::IdentifierMatch indexed_match;
-    Database<Entry>::IdentifierMatch scanned_match;
-    const int indexed = db.nearest_entry(target, indexed_match);
-    const int scanned = db.Database<Entry>::nearest_entry(target, scanned_match);
-    EXPECT_EQ(indexed, scanned);
-    EXPECT_EQ(indexed_match, scanned_match);
-  }
-  Db empty(dir.file("empty.sqlite"), writable_options());
-  Database<Entry>::IdentifierMatch match;
-  EXPECT_EQ(empty.nearest_entry(Id("a"), match), -1);
 }
 
 }  // namespace
