@@ -32,6 +32,14 @@ function escape_text(text,    result, parts, n, i) {
 function convert(line, indent,    text) {
   text = line
   sub(/^\/\/ ?/, "", text)
+  # A list item ("- ...") continues on lines indented by two spaces; only
+  # deeper lines in a list are code.
+  if (text ~ /^- /) in_list = 1
+  else if (text !~ /^  /) in_list = 0
+  if (in_list && text ~ /^  [^ ]/) {
+    if (in_code) { out = out indent "/// \\endcode\n"; in_code = 0 }
+    return indent "/// " escape_text(text) "\n"
+  }
   if (text ~ /^  / ) {
     if (!in_code) { out = out indent "/// \\code\n"; in_code = 1 }
     return indent "/// " text "\n"
@@ -41,7 +49,7 @@ function convert(line, indent,    text) {
   return indent "/// " escape_text(text) "\n"
 }
 
-BEGIN { state = "lead"; lead = ""; in_code = 0; placed = 0 }
+BEGIN { state = "lead"; lead = ""; in_code = 0; in_list = 0; placed = 0 }
 
 {
   line = $0
