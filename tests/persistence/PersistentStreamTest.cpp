@@ -22,6 +22,7 @@
 #include <gtest/gtest.h>
 
 #include "persistence/RepresentativeGraph.h"
+#include "persistence/Shapes.h"
 #include "persistence/TaggedStreams.h"
 #include "persistence/TempFile.h"
 #include "vorn/io/MemoryDevice.h"
@@ -30,8 +31,6 @@
 #include "vorn/persistence/ArchiveWriteStream.h"
 #include "vorn/persistence/DebugPrintStream.h"
 #include "vorn/persistence/PolymorphicFactory.h"
-#include "vorn/persistence/PolymorphicPersistent.h"
-#include "vorn/persistence/PolymorphicRegistrar.h"
 #include "vorn/persistence/detail/HandleWriteRegistry.h"
 #include "vorn/testing/ArchiveRoundTrip.h"
 #include "vorn/testing/DebugPrintText.h"
@@ -46,6 +45,9 @@ using test::Node;
 using test::TaggedReadStream;
 using test::TaggedWriteStream;
 using test::TempFile;
+using test::Disc;
+using test::Shape;
+using test::Square;
 
 // What `action` throws ("" for nothing), with the kind of the errors that
 // callers tell apart by type.
@@ -298,76 +300,44 @@ TEST(Handles, SharingIsRestoredAndRegistriesHoldTheObjectsOnlyWhileTheyLive) {
   EXPECT_THROW(detail::HandleWriteRegistry<Leaf>(THandle<detail::Counter>()).save(leaf), std::runtime_error);
 }
 
-class Shape {
- public:
-  virtual ~Shape() = default;
-  virtual void write(const char* tag, PersistentWriteStream& s) const = 0;
-  virtual void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) = 0;
-  virtual THandle<Shape> clone() const = 0;
-  virtual const char* class_name() const = 0;
-};
-
-class Circle : public PolymorphicPersistent<Circle, Shape> {
- public:
-  static constexpr const char* type_name_ = "Circle";
-  double radius = 1;
-  void write(const char* tag, PersistentWriteStream& s) const override {
-    PersistentWriteStream::Block block(s, tag, class_name());
-    s.write("radius", radius);
-  }
-  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) override {
-    PersistentReadStream::Block block(s, tag, class_name(), presence);
-    s.read("radius", radius);
-  }
-};
-
-class Square : public PolymorphicPersistent<Square, Shape> {  // never registered
- public:
-  static constexpr const char* type_name_ = "Square";
-  void write(const char*, PersistentWriteStream&) const override {}
-  void read(const char*, PersistentReadStreamPresence, PersistentReadStream&) override {}
-};
-
-const PolymorphicRegistrar<Shape, Circle> circle_registrar;
-
 TEST(PolymorphicFactory, RegistersCreatesAndReplaces) {
-  EXPECT_TRUE(PolymorphicFactory<Shape>::has_type("Circle"));
+  EXPECT_TRUE(PolymorphicFactory<Shape>::has_type("Disc"));
   EXPECT_FALSE(PolymorphicFactory<Shape>::has_type("Square"));
   EXPECT_EQ(PolymorphicFactory<Shape>::create("Square"), nullptr);
-  auto radius = [] { return handle_dynamic_cast<Circle>(PolymorphicFactory<Shape>::create("Circle"))->radius; };
+  auto radius = [] { return handle_dynamic_cast<Disc>(PolymorphicFactory<Shape>::create("Disc"))->radius; };
   EXPECT_EQ(radius(), 1);
-  THandle<Circle> big(new Circle);
+  THandle<Disc> big(new Disc);
   big->radius = 10;
   PolymorphicFactory<Shape>::register_class(big);
   EXPECT_EQ(radius(), 10);
-  PolymorphicFactory<Shape>::register_class(THandle<Shape>(new Circle));  // back to the default prototype
+  PolymorphicFactory<Shape>::register_class(THandle<Shape>(new Disc));  // back to the default prototype
   EXPECT_EQ(radius(), 1);
   EXPECT_THROW(PolymorphicFactory<Shape>::register_class(THandle<Shape>()), std::runtime_error);
 }
 
 TEST(PolymorphicHandles, WriteChecks) {
-  const THandle<Shape> circle(new Circle);
+  const THandle<Shape> disc(new Disc);
   MemoryDevice memory;
   {
     Archive archive(memory, Archive::WRITE);
     ArchiveWriteStream s(archive);
-    for (const THandle<Shape>& h : {circle, THandle<Shape>()}) {
+    for (const THandle<Shape>& h : {disc, THandle<Shape>()}) {
       EXPECT_EQ(error_of([&] { s.write("shape", h); }),
                 "Failed whilst writing as stream does not support polymorphism");
     }
   }
   EXPECT_TRUE(memory.take().empty());
-  EXPECT_EQ(debug_print_text(THandle<Shape>(), "n") + debug_print_text(circle, "s"),
-            "n (Handle)\n    serial_number: 0 \ns (Handle)\n    serial_number: 1     value (Circle)\n"
-            "        radius: 1 \n\n");
+  EXPECT_EQ(debug_print_text(THandle<Shape>(), "n") + debug_print_text(disc, "s"),
+            "n (Handle)\n    serial_number: 0 \ns (Handle)\n    serial_number: 1     value (Disc)\n"
+            "        radius: 1         label: '' \n\n");
   EXPECT_EQ(error_of([] { debug_print_text(THandle<Shape>(new Square)); }),
             "Error: Type 'Square' has not been registered with PolymorphicFactory");
 }
 
 TEST(PolymorphicHandles, ReadBackThroughTheFactoryAndFailures) {
-  THandle<Circle> circle(new Circle);
-  circle->radius = 2.5;
-  const std::vector<THandle<Shape>> shapes = {circle, circle, THandle<Shape>()};
+  THandle<Disc> disc(new Disc);
+  disc->radius = 2.5;
+  const std::vector<THandle<Shape>> shapes = {disc, disc, THandle<Shape>()};
   TaggedWriteStream out;
   out.write("shapes", shapes);
   TaggedReadStream in(out.items);
@@ -378,7 +348,7 @@ TEST(PolymorphicHandles, ReadBackThroughTheFactoryAndFailures) {
   EXPECT_NE(back[0], shapes[0]);
 
   TaggedWriteStream hexagon;
-  hexagon.write("shape", THandle<Shape>(circle));
+  hexagon.write("shape", THandle<Shape>(disc));
   hexagon.items.at(2).type_name = "Hexagon";  // the value block inside the handle block
   THandle<Shape> shape;
   EXPECT_EQ(error_of([&] { TaggedReadStream(hexagon.items).read("shape", shape); }),

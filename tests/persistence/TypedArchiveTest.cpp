@@ -12,61 +12,18 @@
 
 #include <gtest/gtest.h>
 
+#include "persistence/Shapes.h"
 #include "vorn/io/MemoryDevice.h"
 #include "vorn/persistence/Archive.h"
 #include "vorn/persistence/PersistentContainers.h"
-#include "vorn/persistence/PolymorphicPersistent.h"
-#include "vorn/persistence/PolymorphicRegistrar.h"
 #include "vorn/persistence/TypedArchiveWriteStream.h"
 
 namespace vorn {
 namespace {
 
-class Figure {
- public:
-  virtual ~Figure() = default;
-  virtual void write(const char* tag, PersistentWriteStream& s) const = 0;
-  virtual void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) = 0;
-  virtual THandle<Figure> clone() const = 0;
-  virtual const char* class_name() const = 0;
-};
-
-// Version 1 stored the radius only; version 2 added the label.
-class Disc : public PolymorphicPersistent<Disc, Figure> {
- public:
-  static constexpr const char* type_name_ = "Disc";
-  double radius = 1;
-  std::string label;
-  unsigned int read_version = 99;
-  void write(const char* tag, PersistentWriteStream& s) const override {
-    PersistentWriteStream::Block block(s, tag, class_name(), 2);
-    s.write("radius", radius);
-    s.write("label", label);
-  }
-  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) override {
-    PersistentReadStream::Block block(s, tag, class_name(), presence);
-    read_version = block.version();
-    s.read("radius", radius);
-    if (block.version() >= 2) s.read("label", label);
-  }
-};
-
-class Polygon : public PolymorphicPersistent<Polygon, Figure> {
- public:
-  static constexpr const char* type_name_ = "Polygon";
-  int sides = 3;
-  void write(const char* tag, PersistentWriteStream& s) const override {
-    PersistentWriteStream::Block block(s, tag, class_name());
-    s.write("sides", sides);
-  }
-  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) override {
-    PersistentReadStream::Block block(s, tag, class_name(), presence);
-    s.read("sides", sides);
-  }
-};
-
-const PolymorphicRegistrar<Figure, Disc> disc_registrar;
-const PolymorphicRegistrar<Figure, Polygon> polygon_registrar;
+using test::Disc;
+using test::Polygon;
+using test::Shape;
 
 template <class T>
 std::string typed_bytes(const T& value) {
@@ -93,13 +50,13 @@ std::string typed_read(const std::string& bytes, T& value) {
   return archive.at_end() ? "" : "bytes left over";
 }
 
-std::vector<THandle<Figure>> figures() {
+std::vector<THandle<Shape>> figures() {
   THandle<Disc> disc(new Disc);
   disc->radius = 2;
   disc->label = "d";
   THandle<Polygon> polygon(new Polygon);
   polygon->sides = 6;
-  return {disc, polygon, disc, THandle<Figure>()};
+  return {disc, polygon, disc, THandle<Shape>()};
 }
 
 const std::string golden_file = std::string(VORN_TEST_DATA_DIR) + "/persistence/typed_archive.bin";
@@ -111,7 +68,7 @@ TEST(TypedArchive, GoldenBytesAndPolymorphicRoundTrip) {
   const std::string golden{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
   EXPECT_TRUE(bytes == golden) << "differs from " << golden_file;
 
-  std::vector<THandle<Figure>> back;
+  std::vector<THandle<Shape>> back;
   ASSERT_EQ(typed_read(bytes, back), "");
   ASSERT_EQ(back.size(), 4u);
   const THandle<Disc> disc = handle_dynamic_cast<Disc>(back[0]);
@@ -125,7 +82,7 @@ TEST(TypedArchive, GoldenBytesAndPolymorphicRoundTrip) {
 }
 
 TEST(TypedArchive, DocumentedLayoutOfOneHandle) {
-  THandle<Figure> polygon(new Polygon);
+  THandle<Shape> polygon(new Polygon);
   EXPECT_EQ(typed_bytes(std::make_pair(7, polygon)),
             std::string("\0\0\0\0"                 // Pair block version
                         "\0\0\0\7"                 // first
@@ -138,7 +95,7 @@ TEST(TypedArchive, DocumentedLayoutOfOneHandle) {
 }
 
 TEST(TypedArchive, DamagedAndUnknownInput) {
-  const std::string good = typed_bytes(THandle<Figure>(new Polygon));
+  const std::string good = typed_bytes(THandle<Shape>(new Polygon));
   std::string unknown = good;
   unknown.replace(12, 7, "Hexagon");
   std::string long_name = good;
@@ -158,8 +115,8 @@ TEST(TypedArchive, DamagedAndUnknownInput) {
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
-    THandle<Figure> figure;
-    EXPECT_EQ(typed_read(row.bytes, figure), row.error);
+    THandle<Shape> shape;
+    EXPECT_EQ(typed_read(row.bytes, shape), row.error);
   }
 }
 
