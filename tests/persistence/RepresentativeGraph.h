@@ -23,7 +23,8 @@
 namespace vorn::test {
 
 // Each type lists its fields once, as a tie of references under `tags`,
-// which serves both directions.
+// which serves both directions; VORN_TEST_BLOCK(Type) writes and reads them
+// in a block named after the type.
 template <class Tuple>
 void write_fields(PersistentWriteStream& stream, const char* const* tags, const Tuple& fields) {
   std::size_t k = 0;
@@ -38,11 +39,11 @@ void read_fields(PersistentReadStream& stream, const char* const* tags, const Tu
 #define VORN_TEST_BLOCK(Type)                                                           \
   void write(const char* tag, PersistentWriteStream& s) const {                         \
     PersistentWriteStream::Block block(s, tag, #Type);                                  \
-    write_fields(s, tags, fields(*this));                                               \
+    ::vorn::test::write_fields(s, tags, fields(*this));                                             \
   }                                                                                     \
   void read(const char* tag, PersistentReadStreamPresence p, PersistentReadStream& s) { \
     PersistentReadStream::Block block(s, tag, #Type, p);                                \
-    read_fields(s, tags, fields(*this));                                                \
+    ::vorn::test::read_fields(s, tags, fields(*this));                                              \
   }
 
 struct Primitives {
@@ -205,8 +206,6 @@ struct Graph {
            ring->next->leaf == leaves[1] && missing == nullptr;
   }
 };
-
-#undef VORN_TEST_BLOCK
 
 }  // namespace vorn::test
 

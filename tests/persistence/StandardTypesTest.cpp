@@ -19,6 +19,7 @@
 
 #include <gtest/gtest.h>
 
+#include "persistence/RepresentativeGraph.h"
 #include "persistence/TaggedStreams.h"
 #include "vorn/io/MemoryDevice.h"
 #include "vorn/persistence/Archive.h"
@@ -57,34 +58,14 @@ struct Everything {
   std::chrono::milliseconds duration = 1500ms;
   Clock::time_point time = Clock::time_point(std::chrono::nanoseconds(1763800000123456789LL));
 
-  void write(const char* tag, PersistentWriteStream& s) const {
-    PersistentWriteStream::Block block(s, tag, "Everything");
-    s.write("none", none);
-    s.write("some", some);
-    s.write("variant", variant);
-    s.write("tuple", tuple);
-    s.write("map", map);
-    s.write("set", set);
-    s.write("owned", owned);
-    s.write("null_owned", null_owned);
-    s.write("complex", complex);
-    s.write("duration", duration);
-    s.write("time", time);
+  static constexpr const char* tags[] = {"none",  "some",       "variant", "tuple",    "map", "set",
+                                         "owned", "null_owned", "complex", "duration", "time"};
+  template <class Self>
+  static auto fields(Self& x) {
+    return std::tie(x.none, x.some, x.variant, x.tuple, x.map, x.set, x.owned, x.null_owned, x.complex, x.duration,
+                    x.time);
   }
-  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) {
-    PersistentReadStream::Block block(s, tag, "Everything", presence);
-    s.read("none", none);
-    s.read("some", some);
-    s.read("variant", variant);
-    s.read("tuple", tuple);
-    s.read("map", map);
-    s.read("set", set);
-    s.read("owned", owned);
-    s.read("null_owned", null_owned);
-    s.read("complex", complex);
-    s.read("duration", duration);
-    s.read("time", time);
-  }
+  VORN_TEST_BLOCK(Everything)
 };
 
 // Fields compared one by one so that a failure names the field.
