@@ -8,7 +8,6 @@
 #include <iterator>
 #include <memory>
 #include <optional>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <tuple>
@@ -20,12 +19,8 @@
 #include <gtest/gtest.h>
 
 #include "persistence/RepresentativeGraph.h"
+#include "persistence/StreamBytes.h"
 #include "persistence/TaggedStreams.h"
-#include "vorn/io/MemoryDevice.h"
-#include "vorn/persistence/Archive.h"
-#include "vorn/persistence/ArchiveReadStream.h"
-#include "vorn/persistence/ArchiveWriteStream.h"
-#include "vorn/persistence/DebugPrintStream.h"
 #include "vorn/persistence/TypedArchiveReadStream.h"
 #include "vorn/persistence/TypedArchiveWriteStream.h"
 #include "vorn/persistence/types/chrono.h"
@@ -36,12 +31,16 @@
 #include "vorn/persistence/types/unordered_map.h"
 #include "vorn/persistence/types/unordered_set.h"
 #include "vorn/persistence/types/variant.h"
+#include "vorn/testing/DebugPrintText.h"
 
 namespace vorn {
 namespace {
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::system_clock;
+using test::stream_bytes;
+using test::stream_read;
+using test::stream_read_error;
 
 // One of each standard type; the unordered ones hold one element so that
 // their bytes do not depend on the hash.
@@ -84,30 +83,6 @@ void expect_same(const Everything& a, const Everything& b) {
   EXPECT_EQ(a.time, b.time);
 }
 
-template <class Writer, class T>
-std::string bytes_of(const T& value) {
-  MemoryDevice memory;
-  {
-    Archive archive(memory, Archive::WRITE);
-    Writer stream(archive);
-    stream.write("v", value);
-  }
-  return memory.take();
-}
-
-template <class Reader, class T>
-std::string read_back(const std::string& bytes, T& value) {
-  MemoryDevice memory(bytes.data(), bytes.size());
-  Archive archive(memory, Archive::READ);
-  Reader stream(archive);
-  try {
-    stream.read("v", value);
-  } catch (const std::exception& e) {
-    return e.what();
-  }
-  return archive.at_end() ? "" : "bytes left over";
-}
-
 // Contents that every read must replace.
 Everything scrambled() {
   Everything x;
@@ -122,7 +97,7 @@ Everything scrambled() {
 const std::string golden_file = std::string(VORN_TEST_DATA_DIR) + "/persistence/standard_types.arc";
 
 TEST(StandardTypes, ArchiveBytesMatchTheGoldenFile) {
-  const std::string bytes = bytes_of<ArchiveWriteStream>(Everything{});
+  const std::string bytes = stream_bytes(Everything{});
   if (std::getenv("VORN_UPDATE_GOLDEN") != nullptr) std::ofstream(golden_file, std::ios::binary) << bytes;
   std::ifstream in(golden_file, std::ios::binary);
   const std::string golden{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
@@ -134,13 +109,13 @@ TEST(StandardTypes, RoundTripThroughEveryStream) {
   {
     SCOPED_TRACE("archive");
     Everything back = scrambled();
-    ASSERT_EQ(read_back<ArchiveReadStream>(bytes_of<ArchiveWriteStream>(original), back), "");
+    ASSERT_EQ(stream_read(stream_bytes(original), back), "");
     expect_same(original, back);
   }
   {
     SCOPED_TRACE("typed archive");
     Everything back = scrambled();
-    ASSERT_EQ(read_back<TypedArchiveReadStream>(bytes_of<TypedArchiveWriteStream>(original), back), "");
+    ASSERT_EQ(stream_read<TypedArchiveReadStream>(stream_bytes<TypedArchiveWriteStream>(original), back), "");
     expect_same(original, back);
   }
   {
@@ -157,64 +132,45 @@ TEST(StandardTypes, RoundTripThroughEveryStream) {
 TEST(StandardTypes, DebugPrintShowsTheirItems) {
   struct Row {
     const char* name;
-    std::function<void(PersistentWriteStream&)> write;
-    const char* text;
+    std::string text;
+    const char* want;
   };
   const Row rows[] = {
-      {"optional", [](PersistentWriteStream& s) { s.write("o", std::optional<int>(3)); },
-       "o (Optional)\n    present: 1     value: 3 \n"},
-      {"variant", [](PersistentWriteStream& s) { s.write("v", std::variant<int, std::string>("x")); },
+      {"optional", debug_print_text(std::optional<int>(3), "o"), "o (Optional)\n    present: 1     value: 3 \n"},
+      {"variant", debug_print_text(std::variant<int, std::string>("x"), "v"),
        "v (Variant)\n    index: 1     value: 'x' \n"},
-      {"duration", [](PersistentWriteStream& s) { s.write("d", std::chrono::seconds(-7)); }, "d: -7 "},
-      {"complex", [](PersistentWriteStream& s) { s.write("z", std::complex<float>(1, 2)); },
-       "z (Complex)\n    real: 1     imag: 2 \n"},
+      {"duration", debug_print_text(std::chrono::seconds(-7), "d"), "d: -7 "},
+      {"complex", debug_print_text(std::complex<float>(1, 2), "z"), "z (Complex)\n    real: 1     imag: 2 \n"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
-    std::ostringstream text;
-    DebugPrintStream print(text);
-    row.write(print);
-    EXPECT_EQ(text.str(), row.text);
+    EXPECT_EQ(row.text, row.want);
   }
 }
 
 TEST(StandardTypes, ValuesThatCannotBeRestoredAreRefused) {
   struct Row {
     const char* name;
-    std::function<std::string()> read;
-    const char* error;
+    std::string error;
+    const char* want;
   };
-  const std::string index_7("\0\0\0\7", 4);
-  const std::string big_count = bytes_of<ArchiveWriteStream>(std::chrono::milliseconds(1LL << 40));
-  const std::string odd_ns = bytes_of<ArchiveWriteStream>(std::chrono::nanoseconds(1500));
+  using Variant = std::variant<int, std::string>;
+  using MicrosecondClock = std::chrono::time_point<Clock, std::chrono::microseconds>;
   const Row rows[] = {
-      {"variant index beyond the alternatives",
-       [&] {
-         std::variant<int, std::string> v;
-         return read_back<ArchiveReadStream>(index_7, v);
-       },
+      {"variant index beyond the alternatives", stream_read_error<Variant>(std::string("\0\0\0\7", 4)),
        "PersistentReadStream::read: variant 'v' index 7 is not below 2"},
       {"duration count beyond int",
-       [&] {
-         std::chrono::duration<int, std::milli> d;
-         return read_back<ArchiveReadStream>(big_count, d);
-       },
+       stream_read_error<std::chrono::duration<int, std::milli>>(stream_bytes(std::chrono::milliseconds(1LL << 40))),
        "PersistentReadStream::read: duration 'v' count 1099511627776 does not fit"},
       {"time point finer than the clock",
-       [&] {
-         std::chrono::time_point<Clock, std::chrono::microseconds> t;
-         return read_back<ArchiveReadStream>(odd_ns, t);
-       },
+       stream_read_error<MicrosecondClock>(stream_bytes(std::chrono::nanoseconds(1500))),
        "PersistentReadStream::read: time point 'v' of 1500 ns does not fit the clock's duration"},
-      {"empty optional truncated", [&] {
-         std::optional<int> o;
-         return read_back<ArchiveReadStream>(std::string("\1", 1), o);
-       },
+      {"empty optional truncated", stream_read_error<std::optional<int>>(std::string("\1", 1)),
        "ArchiveReadStream::read: unexpected end of file reading 'value'"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
-    EXPECT_EQ(row.read(), row.error);
+    EXPECT_EQ(row.error, row.want);
   }
 }
 

@@ -13,9 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "persistence/Shapes.h"
-#include "vorn/io/MemoryDevice.h"
-#include "vorn/persistence/Archive.h"
-#include "vorn/persistence/PersistentContainers.h"
+#include "persistence/StreamBytes.h"
 #include "vorn/persistence/TypedArchiveWriteStream.h"
 
 namespace vorn {
@@ -24,31 +22,8 @@ namespace {
 using test::Disc;
 using test::Polygon;
 using test::Shape;
-
-template <class T>
-std::string typed_bytes(const T& value) {
-  MemoryDevice memory;
-  {
-    Archive archive(memory, Archive::WRITE);
-    TypedArchiveWriteStream stream(archive);
-    stream.write("v", value);
-  }
-  return memory.take();
-}
-
-// Reads `value` from `bytes`: the error, or "" when every byte was read.
-template <class T>
-std::string typed_read(const std::string& bytes, T& value) {
-  MemoryDevice memory(bytes.data(), bytes.size());
-  Archive archive(memory, Archive::READ);
-  TypedArchiveReadStream stream(archive);
-  try {
-    stream.read("v", value);
-  } catch (const std::exception& e) {
-    return e.what();
-  }
-  return archive.at_end() ? "" : "bytes left over";
-}
+using test::stream_bytes;
+using test::stream_read;
 
 std::vector<THandle<Shape>> figures() {
   THandle<Disc> disc(new Disc);
@@ -62,14 +37,14 @@ std::vector<THandle<Shape>> figures() {
 const std::string golden_file = std::string(VORN_TEST_DATA_DIR) + "/persistence/typed_archive.bin";
 
 TEST(TypedArchive, GoldenBytesAndPolymorphicRoundTrip) {
-  const std::string bytes = typed_bytes(figures());
+  const std::string bytes = stream_bytes<TypedArchiveWriteStream>(figures());
   if (std::getenv("VORN_UPDATE_GOLDEN") != nullptr) std::ofstream(golden_file, std::ios::binary) << bytes;
   std::ifstream in(golden_file, std::ios::binary);
   const std::string golden{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
   EXPECT_TRUE(bytes == golden) << "differs from " << golden_file;
 
   std::vector<THandle<Shape>> back;
-  ASSERT_EQ(typed_read(bytes, back), "");
+  ASSERT_EQ(stream_read<TypedArchiveReadStream>(bytes, back), "");
   ASSERT_EQ(back.size(), 4u);
   const THandle<Disc> disc = handle_dynamic_cast<Disc>(back[0]);
   ASSERT_NE(disc, nullptr);
@@ -83,7 +58,7 @@ TEST(TypedArchive, GoldenBytesAndPolymorphicRoundTrip) {
 
 TEST(TypedArchive, DocumentedLayoutOfOneHandle) {
   THandle<Shape> polygon(new Polygon);
-  EXPECT_EQ(typed_bytes(std::make_pair(7, polygon)),
+  EXPECT_EQ(stream_bytes<TypedArchiveWriteStream>(std::make_pair(7, polygon)),
             std::string("\0\0\0\0"                 // Pair block version
                         "\0\0\0\7"                 // first
                         "\0\0\0\0"                 // Handle block version
@@ -95,7 +70,7 @@ TEST(TypedArchive, DocumentedLayoutOfOneHandle) {
 }
 
 TEST(TypedArchive, DamagedAndUnknownInput) {
-  const std::string good = typed_bytes(THandle<Shape>(new Polygon));
+  const std::string good = stream_bytes<TypedArchiveWriteStream>(THandle<Shape>(new Polygon));
   std::string unknown = good;
   unknown.replace(12, 7, "Hexagon");
   std::string long_name = good;
@@ -116,7 +91,7 @@ TEST(TypedArchive, DamagedAndUnknownInput) {
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     THandle<Shape> shape;
-    EXPECT_EQ(typed_read(row.bytes, shape), row.error);
+    EXPECT_EQ(stream_read<TypedArchiveReadStream>(row.bytes, shape), row.error);
   }
 }
 
