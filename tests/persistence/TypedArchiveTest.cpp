@@ -7,7 +7,6 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -54,19 +53,6 @@ TEST(TypedArchive, GoldenBytesAndPolymorphicRoundTrip) {
   EXPECT_EQ(handle_dynamic_cast<Polygon>(back[1])->sides, 6);
   EXPECT_EQ(back[2], back[0]);
   EXPECT_EQ(back[3], nullptr);
-}
-
-TEST(TypedArchive, DocumentedLayoutOfOneHandle) {
-  THandle<Shape> polygon(new Polygon);
-  EXPECT_EQ(stream_bytes<TypedArchiveWriteStream>(std::make_pair(7, polygon)),
-            std::string("\0\0\0\0"                 // Pair block version
-                        "\0\0\0\7"                 // first
-                        "\0\0\0\0"                 // Handle block version
-                        "\0\0\0\1"                 // serial number
-                        "\0\0\0\7Polygon"          // class name
-                        "\0\0\0\0"                 // Polygon block version
-                        "\0\0\0\3",                // sides
-                        35));
 }
 
 TEST(TypedArchive, DamagedAndUnknownInput) {
