@@ -23,6 +23,7 @@
 
 #include "persistence/RepresentativeGraph.h"
 #include "persistence/Shapes.h"
+#include "persistence/StreamBytes.h"
 #include "persistence/TaggedStreams.h"
 #include "persistence/TempFile.h"
 #include "vorn/io/MemoryDevice.h"
@@ -46,41 +47,13 @@ using test::TaggedReadStream;
 using test::TaggedWriteStream;
 using test::TempFile;
 using test::Disc;
+using test::error_and_kind_of;
 using test::Shape;
 using test::Square;
 
-// What `action` throws ("" for nothing), with the kind of the errors that
-// callers tell apart by type.
-template <class Action>
-std::string error_of(Action action) {
-  try {
-    action();
-  } catch (const PersistentReadStream::OptionalItemNotPresent& e) {
-    return std::string("optional: ") + e.what();
-  } catch (const PersistentReadStream::ItemNotPresent& e) {
-    return std::string("required: ") + e.what();
-  } catch (const PersistentReadStream::UnknownTypeTag& e) {
-    return std::string("unknown type: ") + e.what();
-  } catch (const std::runtime_error& e) {
-    return e.what();
-  }
-  return "";
-}
-
-// Reads `value` from an archive holding `bytes`: the error, or "" when the
-// read succeeds and consumes every byte.
-template <class T>
-std::string read_from(const Bytes& bytes, T& value, PersistentReadStreamPresence presence = ITEM_REQUIRED,
-                      std::size_t maximum_block_depth = PersistentReadStream::default_maximum_block_depth) {
-  MemoryDevice memory(bytes.data(), bytes.size());
-  Archive archive(memory, Archive::READ);
-  ArchiveReadStream stream(archive);
-  if (maximum_block_depth != PersistentReadStream::default_maximum_block_depth) {
-    stream.set_maximum_block_depth(maximum_block_depth);
-  }
-  const std::string error = error_of([&] { stream.read("v", value, presence); });
-  EXPECT_EQ(stream.block_depth(), 0u);
-  return error.empty() && !archive.at_end() ? "bytes left over" : error;
+template <class T, class... Options>
+std::string read_from(const Bytes& bytes, T& value, Options... options) {
+  return test::stream_read(std::string(bytes.begin(), bytes.end()), value, options...);
 }
 
 template <class T>
@@ -283,7 +256,8 @@ TEST(ArchiveRoundTripHelper, AcceptsEmptyObjectsAndReportsReadsThatDoNotMirrorTh
     void read(const char*, PersistentReadStreamPresence, PersistentReadStream& s) { s.read("a", b); }
     int b = 0;
   };
-  EXPECT_EQ(error_of([] { archive_round_trip(Lopsided()); }), "archive_round_trip: 4 bytes written but not read back");
+  EXPECT_EQ(error_and_kind_of([] { archive_round_trip(Lopsided()); }),
+            "archive_round_trip: 4 bytes written but not read back");
 }
 
 TEST(Handles, SharingIsRestoredAndRegistriesHoldTheObjectsOnlyWhileTheyLive) {
@@ -321,7 +295,7 @@ TEST(PolymorphicHandles, WriteChecks) {
     Archive archive(memory, Archive::WRITE);
     ArchiveWriteStream s(archive);
     for (const THandle<Shape>& h : {disc, THandle<Shape>()}) {
-      EXPECT_EQ(error_of([&] { s.write("shape", h); }),
+      EXPECT_EQ(error_and_kind_of([&] { s.write("shape", h); }),
                 "Failed whilst writing as stream does not support polymorphism");
     }
   }
@@ -329,7 +303,7 @@ TEST(PolymorphicHandles, WriteChecks) {
   EXPECT_EQ(debug_print_text(THandle<Shape>(), "n") + debug_print_text(disc, "s"),
             "n (Handle)\n    serial_number: 0 \ns (Handle)\n    serial_number: 1     value (Disc)\n"
             "        radius: 1         label: '' \n\n");
-  EXPECT_EQ(error_of([] { debug_print_text(THandle<Shape>(new Square)); }),
+  EXPECT_EQ(error_and_kind_of([] { debug_print_text(THandle<Shape>(new Square)); }),
             "Error: Type 'Square' has not been registered with PolymorphicFactory");
 }
 
@@ -350,7 +324,7 @@ TEST(PolymorphicHandles, ReadBackThroughTheFactoryAndFailures) {
   hexagon.write("shape", THandle<Shape>(disc));
   hexagon.items.at(2).type_name = "Hexagon";  // the value block inside the handle block
   THandle<Shape> shape;
-  EXPECT_EQ(error_of([&] { TaggedReadStream(hexagon.items).read("shape", shape); }),
+  EXPECT_EQ(error_and_kind_of([&] { TaggedReadStream(hexagon.items).read("shape", shape); }),
             "unknown type: Failed whilst reading tag'shape' PolymorphicFactory did not contain a type with name "
             "'Hexagon'");
   // An archive holds no type names.
@@ -364,27 +338,13 @@ TEST(MissingItems, RequiredAndOptionalBlocks) {
   out.write("present", Leaf{"", 4});
   Leaf leaf;
   TaggedReadStream in(out.items);
-  EXPECT_EQ(error_of([&] { in.read("absent", leaf, ITEM_OPTIONAL); }),
+  EXPECT_EQ(error_and_kind_of([&] { in.read("absent", leaf, ITEM_OPTIONAL); }),
             "optional: Failed to find item with tag 'absent' and type_name 'Leaf'");
   EXPECT_EQ(in.block_depth(), 0u);
   in.read("present", leaf);  // nothing was consumed by the failure
   EXPECT_EQ(leaf.weight, 4);
-  EXPECT_EQ(error_of([&] { TaggedReadStream(out.items).read("absent", leaf); }),
+  EXPECT_EQ(error_and_kind_of([&] { TaggedReadStream(out.items).read("absent", leaf); }),
             "required: Failed to find item with tag 'absent' and type_name 'Leaf'");
-}
-
-// Bytes of `value` written with a raised writer block limit.
-template <class T>
-Bytes deep_archive_bytes(const T& value, std::size_t maximum_block_depth) {
-  MemoryDevice memory;
-  {
-    Archive archive(memory, Archive::WRITE);
-    ArchiveWriteStream stream(archive);
-    stream.set_maximum_block_depth(maximum_block_depth);
-    stream.write("v", value);
-  }
-  const std::string bytes = memory.take();
-  return {bytes.begin(), bytes.end()};
 }
 
 TEST(BlockDepth, DeepNestingIsRefusedAboveTheLimit) {
@@ -405,10 +365,11 @@ TEST(BlockDepth, DeepNestingIsRefusedAboveTheLimit) {
     write_error = e.what();
   }
   EXPECT_EQ(write_error, "PersistentWriteStream::Block: nesting deeper than 2000 blocks writing 'leaf'");
-  const Bytes bytes = deep_archive_bytes(chain, nodes * 2 + 1);
+  const std::string bytes = test::stream_bytes(chain, nodes * 2 + 1);
   THandle<Node> back;
-  EXPECT_EQ(read_from(bytes, back), "PersistentReadStream::Block: more than 2000 nested blocks reading 'leaf'");
-  EXPECT_EQ(read_from(bytes, back, ITEM_REQUIRED, nodes * 2 + 1), "");
+  EXPECT_EQ(test::stream_read(bytes, back),
+            "PersistentReadStream::Block: more than 2000 nested blocks reading 'leaf'");
+  EXPECT_EQ(test::stream_read(bytes, back, ITEM_REQUIRED, nodes * 2 + 1), "");
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #ifndef VORN_TESTS_PERSISTENCE_STREAMBYTES_H_
 #define VORN_TESTS_PERSISTENCE_STREAMBYTES_H_
 
+#include <cstddef>
 #include <exception>
 #include <string>
 
@@ -14,31 +15,51 @@
 
 namespace vorn::test {
 
+// What `action` throws ("" for nothing), with the kind of the errors that
+// callers tell apart by type.
+template <class Action>
+std::string error_and_kind_of(Action action) {
+  try {
+    action();
+  } catch (const PersistentReadStream::OptionalItemNotPresent& e) {
+    return std::string("optional: ") + e.what();
+  } catch (const PersistentReadStream::ItemNotPresent& e) {
+    return std::string("required: ") + e.what();
+  } catch (const PersistentReadStream::UnknownTypeTag& e) {
+    return std::string("unknown type: ") + e.what();
+  } catch (const std::exception& e) {
+    return e.what();
+  }
+  return "";
+}
+
 // The bytes `value` makes under the tag "v" through a `Writer`.
 template <class Writer = ArchiveWriteStream, class T>
-std::string stream_bytes(const T& value) {
+std::string stream_bytes(const T& value,
+                         std::size_t maximum_block_depth = PersistentWriteStream::default_maximum_block_depth) {
   MemoryDevice memory;
   {
     Archive archive(memory, Archive::WRITE);
     Writer stream(archive);
+    stream.set_maximum_block_depth(maximum_block_depth);
     stream.write("v", value);
   }
   return memory.take();
 }
 
 // Reads `value` under the tag "v" from `bytes` through a `Reader`: the
-// error, or "" when the read succeeds and consumes every byte.
+// error, or "" when the read succeeds and consumes every byte. A failed
+// read must leave no block open.
 template <class Reader = ArchiveReadStream, class T>
-std::string stream_read(const std::string& bytes, T& value) {
+std::string stream_read(const std::string& bytes, T& value, PersistentReadStreamPresence presence = ITEM_REQUIRED,
+                        std::size_t maximum_block_depth = PersistentReadStream::default_maximum_block_depth) {
   MemoryDevice memory(bytes.data(), bytes.size());
   Archive archive(memory, Archive::READ);
   Reader stream(archive);
-  try {
-    stream.read("v", value);
-  } catch (const std::exception& e) {
-    return e.what();
-  }
-  return archive.at_end() ? "" : "bytes left over";
+  stream.set_maximum_block_depth(maximum_block_depth);
+  const std::string error = error_and_kind_of([&] { stream.read("v", value, presence); });
+  if (stream.block_depth() != 0) return "blocks left open after: " + error;
+  return error.empty() && !archive.at_end() ? "bytes left over" : error;
 }
 
 // The error of reading a `T` from `bytes`.

@@ -68,7 +68,7 @@ TEST(TypedArchive, DamagedAndUnknownInput) {
   };
   const Row rows[] = {
       {"unknown class name", unknown,
-       "Failed whilst reading tag'v' PolymorphicFactory did not contain a type with name 'Hexagon'"},
+       "unknown type: Failed whilst reading tag'v' PolymorphicFactory did not contain a type with name 'Hexagon'"},
       {"name longer than the file", long_name,
        "ArchiveReadStream::read: string length 2130706439 exceeds the 15 bytes left in the file reading 'value'"},
       {"cut in the version", good.substr(0, 2), "ArchiveReadStream::read: unexpected end of file reading 'v'"},
