@@ -1,6 +1,7 @@
 // Input that claims more than it holds, and structures longer than the
 // handles can release recursively.
 #include <chrono>
+#include <functional>
 #include <list>
 #include <stdexcept>
 #include <string>

@@ -1,7 +1,6 @@
 // 64-bit integers, signed char, the 4-byte limit of long and block versions
 // on every stream.
 #include <climits>
-#include <cstdint>
 #include <functional>
 #include <sstream>
 #include <stdexcept>
