@@ -1,7 +1,5 @@
 #include <cmath>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <sstream>
 #include <string>
@@ -11,6 +9,7 @@
 
 #include "persistence/RepresentativeGraph.h"
 #include "persistence/Shapes.h"
+#include "persistence/StreamBytes.h"
 #include "support/TestSupport.h"
 #include "vorn/persistence/PersistentContainers.h"
 #include "vorn/persistence/json/JsonReadStream.h"
@@ -156,13 +155,9 @@ TEST(JsonPrimitives, StringsRoundTripByteForByte) {
 }
 
 TEST(JsonGraphs, GoldenFile) {
-  const std::string golden = std::string(VORN_TEST_DATA_DIR) + "/json/graph.json";
-  const std::string written = json_of(test::Graph::make(), "graph", {true}) + "\n";
+  test::expect_golden(json_of(test::Graph::make(), "graph", {true}) + "\n", "json/graph.json");
   test::Node::break_all_cycles();
-  std::ifstream file(golden);
-  const std::string expected((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  EXPECT_EQ(written, expected);
-  std::istringstream in(expected);
+  std::istringstream in(test::golden_contents("json/graph.json"));
   JsonReadStream stream(in);
   test::Graph back;
   stream.read("graph", back);

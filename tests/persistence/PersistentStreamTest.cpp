@@ -7,9 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <list>
 #include <map>
 #include <set>
@@ -62,21 +59,6 @@ std::string read_error(const Bytes& bytes) {
   return read_from(bytes, value);
 }
 
-const std::string golden_dir = std::string(VORN_TEST_DATA_DIR) + "/persistence/";
-
-std::string read_file(const std::string& name) {
-  std::ifstream in(name, std::ios::binary);
-  if (!in) throw std::runtime_error("missing golden file " + name);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-void compare_with_golden(const std::string& actual, const std::string& file) {
-  if (std::getenv("VORN_UPDATE_GOLDEN") != nullptr) {
-    std::ofstream(golden_dir + file, std::ios::binary) << actual;
-  }
-  EXPECT_TRUE(actual == read_file(golden_dir + file)) << "differs from " << file;
-}
-
 class GoldenRoundTrip : public ::testing::Test {
  protected:
   void TearDown() override { Node::break_all_cycles(); }
@@ -93,7 +75,7 @@ TEST_F(GoldenRoundTrip, ArchiveBytesAndReadBack) {
       ArchiveWriteStream(archive).write("graph", graph);
     }
     const std::string bytes = memory.take();
-    compare_with_golden(bytes, name);
+    test::expect_golden(bytes, std::string("persistence/") + name);
 
     MemoryDevice input(bytes.data(), bytes.size());
     Archive archive(input, Archive::READ | format);
@@ -109,7 +91,7 @@ TEST_F(GoldenRoundTrip, ArchiveBytesAndReadBack) {
 // in an exception from the archive stream, never in a crash or a partial
 // success.
 TEST_F(GoldenRoundTrip, EveryTruncationThrows) {
-  const std::string golden = read_file(golden_dir + "graph_native.arc");
+  const std::string golden = test::golden_contents("persistence/graph_native.arc");
   for (std::size_t length = 0; length < golden.size(); ++length) {
     SCOPED_TRACE(length);
     Graph back;
@@ -121,7 +103,7 @@ TEST_F(GoldenRoundTrip, EveryTruncationThrows) {
 // The golden text covers the layout of every value, block, container and
 // handle; these are the cases it cannot.
 TEST_F(GoldenRoundTrip, DebugPrintText) {
-  compare_with_golden(debug_print_text(Graph::make(), "graph"), "graph.txt");
+  test::expect_golden(debug_print_text(Graph::make(), "graph"), "persistence/graph.txt");
   EXPECT_EQ(debug_print_text(1.0L / 3, "ld") + debug_print_text(std::string("it's"), "t") +
                 debug_print_text("literal", "t") + debug_print_text(std::make_pair(1, 'a')),
             "ld: 0.333333 t: 'it's' t: 'literal'  (Pair)\n    first: 1     second: 97 \n");

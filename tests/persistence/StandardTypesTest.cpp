@@ -3,9 +3,6 @@
 // streams, debug print text, and values that cannot be restored.
 #include <chrono>
 #include <complex>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -77,14 +74,8 @@ Everything scrambled() {
   return x;
 }
 
-const std::string golden_file = std::string(VORN_TEST_DATA_DIR) + "/persistence/standard_types.arc";
-
 TEST(StandardTypes, ArchiveBytesMatchTheGoldenFile) {
-  const std::string bytes = stream_bytes(Everything{});
-  if (std::getenv("VORN_UPDATE_GOLDEN") != nullptr) std::ofstream(golden_file, std::ios::binary) << bytes;
-  std::ifstream in(golden_file, std::ios::binary);
-  const std::string golden{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  EXPECT_TRUE(bytes == golden) << "differs from " << golden_file;
+  test::expect_golden(stream_bytes(Everything{}), "persistence/standard_types.arc");
 }
 
 // Each stream reads back what it wrote, replacing the contents it reads into.

@@ -1,11 +1,18 @@
 // One value written through an archive stream into memory, and read back
-// from bytes, for tests that compare the bytes and the errors.
+// from bytes, for tests that compare the bytes and the errors; and the
+// golden files under tests/data that pin bytes and text.
 #ifndef VORN_TESTS_PERSISTENCE_STREAMBYTES_H_
 #define VORN_TESTS_PERSISTENCE_STREAMBYTES_H_
 
 #include <cstddef>
+#include <cstdlib>
 #include <exception>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "vorn/io/MemoryDevice.h"
 #include "vorn/persistence/Archive.h"
@@ -67,6 +74,22 @@ template <class T, class Reader = ArchiveReadStream>
 std::string stream_read_error(const std::string& bytes) {
   T value{};
   return stream_read<Reader>(bytes, value);
+}
+
+// The contents of the golden file `name` under tests/data.
+inline std::string golden_contents(const std::string& name) {
+  std::ifstream in(std::string(VORN_TEST_DATA_DIR) + "/" + name, std::ios::binary);
+  if (!in) throw std::runtime_error("missing golden file " + name);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// Compares `actual` with the golden file `name`. With VORN_UPDATE_GOLDEN=1
+// the file is first rewritten from `actual` (then check it by hand).
+inline void expect_golden(const std::string& actual, const std::string& name) {
+  if (std::getenv("VORN_UPDATE_GOLDEN") != nullptr) {
+    std::ofstream(std::string(VORN_TEST_DATA_DIR) + "/" + name, std::ios::binary) << actual;
+  }
+  EXPECT_EQ(actual, golden_contents(name)) << "differs from " << name;
 }
 
 }  // namespace vorn::test

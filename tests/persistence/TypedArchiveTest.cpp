@@ -2,9 +2,6 @@
 // files, against a golden file, and damaged input.
 #include "vorn/persistence/TypedArchiveReadStream.h"
 
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -32,14 +29,9 @@ std::vector<THandle<Shape>> figures() {
   return {disc, polygon, disc, THandle<Shape>()};
 }
 
-const std::string golden_file = std::string(VORN_TEST_DATA_DIR) + "/persistence/typed_archive.bin";
-
 TEST(TypedArchive, GoldenBytesAndPolymorphicRoundTrip) {
   const std::string bytes = stream_bytes<TypedArchiveWriteStream>(figures());
-  if (std::getenv("VORN_UPDATE_GOLDEN") != nullptr) std::ofstream(golden_file, std::ios::binary) << bytes;
-  std::ifstream in(golden_file, std::ios::binary);
-  const std::string golden{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  EXPECT_TRUE(bytes == golden) << "differs from " << golden_file;
+  test::expect_golden(bytes, "persistence/typed_archive.bin");
 
   std::vector<THandle<Shape>> back;
   ASSERT_EQ(stream_read<TypedArchiveReadStream>(bytes, back), "");
