@@ -2,7 +2,6 @@
 // on every stream.
 #include <climits>
 #include <functional>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -11,7 +10,7 @@
 
 #include "persistence/StreamBytes.h"
 #include "persistence/TaggedStreams.h"
-#include "vorn/persistence/DebugPrintStream.h"
+#include "vorn/testing/DebugPrintText.h"
 
 namespace vorn {
 namespace {
@@ -137,12 +136,9 @@ TEST(WideIntegers, EightBytesBigEndianAndBack) {
 }
 
 TEST(WideIntegers, DebugPrintShowsTheirValues) {
-  std::ostringstream text;
-  DebugPrintStream print(text);
-  print.write("big", LLONG_MIN);
-  print.write("huge", ULLONG_MAX);
-  print.write("small", static_cast<signed char>(-5));
-  EXPECT_EQ(text.str(), "big: -9223372036854775808 huge: 18446744073709551615 small: -5 ");
+  EXPECT_EQ(debug_print_text(LLONG_MIN, "big"), "big: -9223372036854775808 ");
+  EXPECT_EQ(debug_print_text(ULLONG_MAX, "huge"), "huge: 18446744073709551615 ");
+  EXPECT_EQ(debug_print_text(static_cast<signed char>(-5), "small"), "small: -5 ");
 }
 
 // A class whose layout gained a field in version 2.
