@@ -110,7 +110,8 @@ TEST(ArchivedLong, TheArchiveRefusesWithTheValue) {
     EXPECT_EQ(error, row.error);
   }
   archive.close();
-  EXPECT_EQ(memory.take(), wide ? std::string() : std::string("\x80\0\0\0\xFF\xFF\xFF\xFF\0\0\0\x05\x7F\xFF\xFF\xFF", 16));
+  EXPECT_EQ(memory.take(),
+            wide ? std::string() : std::string("\x80\0\0\0\xFF\xFF\xFF\xFF\0\0\0\x05\x7F\xFF\xFF\xFF", 16));
 }
 
 template <class T>
