@@ -3,13 +3,8 @@
 // streams, debug print text, and values that cannot be restored.
 #include <chrono>
 #include <complex>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <optional>
-#include <sstream>
-#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <unordered_map>
@@ -19,12 +14,9 @@
 
 #include <gtest/gtest.h>
 
+#include "persistence/RepresentativeGraph.h"
+#include "persistence/StreamBytes.h"
 #include "persistence/TaggedStreams.h"
-#include "vorn/io/MemoryDevice.h"
-#include "vorn/persistence/Archive.h"
-#include "vorn/persistence/ArchiveReadStream.h"
-#include "vorn/persistence/ArchiveWriteStream.h"
-#include "vorn/persistence/DebugPrintStream.h"
 #include "vorn/persistence/TypedArchiveReadStream.h"
 #include "vorn/persistence/TypedArchiveWriteStream.h"
 #include "vorn/persistence/types/chrono.h"
@@ -35,12 +27,16 @@
 #include "vorn/persistence/types/unordered_map.h"
 #include "vorn/persistence/types/unordered_set.h"
 #include "vorn/persistence/types/variant.h"
+#include "vorn/testing/DebugPrintText.h"
 
 namespace vorn {
 namespace {
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::system_clock;
+using test::stream_bytes;
+using test::stream_read;
+using test::stream_read_error;
 
 // One of each standard type; the unordered ones hold one element so that
 // their bytes do not depend on the hash.
@@ -57,75 +53,15 @@ struct Everything {
   std::chrono::milliseconds duration = 1500ms;
   Clock::time_point time = Clock::time_point(std::chrono::nanoseconds(1763800000123456789LL));
 
-  void write(const char* tag, PersistentWriteStream& s) const {
-    PersistentWriteStream::Block block(s, tag, "Everything");
-    s.write("none", none);
-    s.write("some", some);
-    s.write("variant", variant);
-    s.write("tuple", tuple);
-    s.write("map", map);
-    s.write("set", set);
-    s.write("owned", owned);
-    s.write("null_owned", null_owned);
-    s.write("complex", complex);
-    s.write("duration", duration);
-    s.write("time", time);
+  static constexpr const char* tags[] = {"none",  "some",       "variant", "tuple",    "map", "set",
+                                         "owned", "null_owned", "complex", "duration", "time"};
+  template <class Self>
+  static auto fields(Self& x) {
+    return std::tie(x.none, x.some, x.variant, x.tuple, x.map, x.set, x.owned, x.null_owned, x.complex, x.duration,
+                    x.time);
   }
-  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) {
-    PersistentReadStream::Block block(s, tag, "Everything", presence);
-    s.read("none", none);
-    s.read("some", some);
-    s.read("variant", variant);
-    s.read("tuple", tuple);
-    s.read("map", map);
-    s.read("set", set);
-    s.read("owned", owned);
-    s.read("null_owned", null_owned);
-    s.read("complex", complex);
-    s.read("duration", duration);
-    s.read("time", time);
-  }
+  VORN_TEST_BLOCK(Everything)
 };
-
-// Fields compared one by one so that a failure names the field.
-void expect_same(const Everything& a, const Everything& b) {
-  EXPECT_EQ(a.none, b.none);
-  EXPECT_EQ(a.some, b.some);
-  EXPECT_EQ(a.variant, b.variant);
-  EXPECT_EQ(a.tuple, b.tuple);
-  EXPECT_EQ(a.map, b.map);
-  EXPECT_EQ(a.set, b.set);
-  ASSERT_NE(b.owned, nullptr);
-  EXPECT_EQ(*a.owned, *b.owned);
-  EXPECT_EQ(b.null_owned, nullptr);
-  EXPECT_EQ(a.complex, b.complex);
-  EXPECT_EQ(a.duration, b.duration);
-  EXPECT_EQ(a.time, b.time);
-}
-
-template <class Writer, class T>
-std::string bytes_of(const T& value) {
-  MemoryDevice memory;
-  {
-    Archive archive(memory, Archive::WRITE);
-    Writer stream(archive);
-    stream.write("v", value);
-  }
-  return memory.take();
-}
-
-template <class Reader, class T>
-std::string read_back(const std::string& bytes, T& value) {
-  MemoryDevice memory(bytes.data(), bytes.size());
-  Archive archive(memory, Archive::READ);
-  Reader stream(archive);
-  try {
-    stream.read("v", value);
-  } catch (const std::exception& e) {
-    return e.what();
-  }
-  return archive.at_end() ? "" : "bytes left over";
-}
 
 // Contents that every read must replace.
 Everything scrambled() {
@@ -138,102 +74,69 @@ Everything scrambled() {
   return x;
 }
 
-const std::string golden_file = std::string(VORN_TEST_DATA_DIR) + "/persistence/standard_types.arc";
-
 TEST(StandardTypes, ArchiveBytesMatchTheGoldenFile) {
-  const std::string bytes = bytes_of<ArchiveWriteStream>(Everything{});
-  if (std::getenv("VORN_UPDATE_GOLDEN") != nullptr) std::ofstream(golden_file, std::ios::binary) << bytes;
-  std::ifstream in(golden_file, std::ios::binary);
-  const std::string golden{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  EXPECT_TRUE(bytes == golden) << "differs from " << golden_file;
+  test::expect_golden(stream_bytes(Everything{}), "persistence/standard_types.arc");
 }
 
+// Each stream reads back what it wrote, replacing the contents it reads into.
 TEST(StandardTypes, RoundTripThroughEveryStream) {
   const Everything original;
-  {
-    SCOPED_TRACE("archive");
-    Everything back = scrambled();
-    ASSERT_EQ(read_back<ArchiveReadStream>(bytes_of<ArchiveWriteStream>(original), back), "");
-    expect_same(original, back);
-  }
-  {
-    SCOPED_TRACE("typed archive");
-    Everything back = scrambled();
-    ASSERT_EQ(read_back<TypedArchiveReadStream>(bytes_of<TypedArchiveWriteStream>(original), back), "");
-    expect_same(original, back);
-  }
-  {
-    SCOPED_TRACE("tagged");
-    test::TaggedWriteStream out;
-    out.write("v", original);
-    test::TaggedReadStream in(out.items);
-    Everything back = scrambled();
-    in.read("v", back);
-    expect_same(original, back);
+  const std::string bytes = stream_bytes(original);
+  Everything back[] = {scrambled(), scrambled(), scrambled()};
+  EXPECT_EQ(stream_read(bytes, back[0]), "");
+  EXPECT_EQ(stream_read<TypedArchiveReadStream>(stream_bytes<TypedArchiveWriteStream>(original), back[1]), "");
+  test::TaggedWriteStream out;
+  out.write("v", original);
+  test::TaggedReadStream(out.items).read("v", back[2]);
+  const char* const streams[] = {"archive", "typed archive", "tagged"};
+  for (int k = 0; k < 3; ++k) {
+    SCOPED_TRACE(streams[k]);
+    EXPECT_EQ(stream_bytes(back[k]), bytes);
   }
 }
 
 TEST(StandardTypes, DebugPrintShowsTheirItems) {
   struct Row {
     const char* name;
-    std::function<void(PersistentWriteStream&)> write;
-    const char* text;
+    std::string text;
+    const char* want;
   };
   const Row rows[] = {
-      {"optional", [](PersistentWriteStream& s) { s.write("o", std::optional<int>(3)); },
-       "o (Optional)\n    present: 1     value: 3 \n"},
-      {"variant", [](PersistentWriteStream& s) { s.write("v", std::variant<int, std::string>("x")); },
+      {"optional", debug_print_text(std::optional<int>(3), "o"), "o (Optional)\n    present: 1     value: 3 \n"},
+      {"variant", debug_print_text(std::variant<int, std::string>("x"), "v"),
        "v (Variant)\n    index: 1     value: 'x' \n"},
-      {"duration", [](PersistentWriteStream& s) { s.write("d", std::chrono::seconds(-7)); }, "d: -7 "},
-      {"complex", [](PersistentWriteStream& s) { s.write("z", std::complex<float>(1, 2)); },
-       "z (Complex)\n    real: 1     imag: 2 \n"},
+      {"duration", debug_print_text(std::chrono::seconds(-7), "d"), "d: -7 "},
+      {"complex", debug_print_text(std::complex<float>(1, 2), "z"), "z (Complex)\n    real: 1     imag: 2 \n"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
-    std::ostringstream text;
-    DebugPrintStream print(text);
-    row.write(print);
-    EXPECT_EQ(text.str(), row.text);
+    EXPECT_EQ(row.text, row.want);
   }
 }
 
 TEST(StandardTypes, ValuesThatCannotBeRestoredAreRefused) {
   struct Row {
     const char* name;
-    std::function<std::string()> read;
-    const char* error;
+    std::string error;
+    const char* want;
   };
-  const std::string index_7("\0\0\0\7", 4);
-  const std::string big_count = bytes_of<ArchiveWriteStream>(std::chrono::milliseconds(1LL << 40));
-  const std::string odd_ns = bytes_of<ArchiveWriteStream>(std::chrono::nanoseconds(1500));
+  using Variant = std::variant<int, std::string>;
+  using MicrosecondClock = std::chrono::time_point<Clock, std::chrono::microseconds>;
   const Row rows[] = {
-      {"variant index beyond the alternatives",
-       [&] {
-         std::variant<int, std::string> v;
-         return read_back<ArchiveReadStream>(index_7, v);
-       },
+      {"variant index beyond the alternatives", stream_read_error<Variant>(std::string("\0\0\0\7", 4)),
        "PersistentReadStream::read: variant 'v' index 7 is not below 2"},
       {"duration count beyond int",
-       [&] {
-         std::chrono::duration<int, std::milli> d;
-         return read_back<ArchiveReadStream>(big_count, d);
-       },
+       stream_read_error<std::chrono::duration<int, std::milli>>(stream_bytes(std::chrono::milliseconds(1LL << 40))),
        "PersistentReadStream::read: duration 'v' count 1099511627776 does not fit"},
       {"time point finer than the clock",
-       [&] {
-         std::chrono::time_point<Clock, std::chrono::microseconds> t;
-         return read_back<ArchiveReadStream>(odd_ns, t);
-       },
+       stream_read_error<MicrosecondClock>(stream_bytes(std::chrono::nanoseconds(1500))),
        "PersistentReadStream::read: time point 'v' of 1500 ns does not fit the clock's duration"},
-      {"empty optional truncated", [&] {
-         std::optional<int> o;
-         return read_back<ArchiveReadStream>(std::string("\1", 1), o);
-       },
+      {"empty optional truncated", stream_read_error<std::optional<int>>(std::string("\1", 1)),
        "ArchiveReadStream::read: unexpected end of file reading 'value'"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
-    EXPECT_EQ(row.read(), row.error);
+    EXPECT_EQ(row.error, row.want);
   }
 }
 

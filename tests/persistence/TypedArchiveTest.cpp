@@ -2,117 +2,39 @@
 // files, against a golden file, and damaged input.
 #include "vorn/persistence/TypedArchiveReadStream.h"
 
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "vorn/io/MemoryDevice.h"
-#include "vorn/persistence/Archive.h"
-#include "vorn/persistence/PersistentContainers.h"
-#include "vorn/persistence/PolymorphicPersistent.h"
-#include "vorn/persistence/PolymorphicRegistrar.h"
+#include "persistence/Shapes.h"
+#include "persistence/StreamBytes.h"
 #include "vorn/persistence/TypedArchiveWriteStream.h"
 
 namespace vorn {
 namespace {
 
-class Figure {
- public:
-  virtual ~Figure() = default;
-  virtual void write(const char* tag, PersistentWriteStream& s) const = 0;
-  virtual void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) = 0;
-  virtual THandle<Figure> clone() const = 0;
-  virtual const char* class_name() const = 0;
-};
+using test::Disc;
+using test::Polygon;
+using test::Shape;
+using test::stream_bytes;
+using test::stream_read;
 
-// Version 1 stored the radius only; version 2 added the label.
-class Disc : public PolymorphicPersistent<Disc, Figure> {
- public:
-  static constexpr const char* type_name_ = "Disc";
-  double radius = 1;
-  std::string label;
-  unsigned int read_version = 99;
-  void write(const char* tag, PersistentWriteStream& s) const override {
-    PersistentWriteStream::Block block(s, tag, class_name(), 2);
-    s.write("radius", radius);
-    s.write("label", label);
-  }
-  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) override {
-    PersistentReadStream::Block block(s, tag, class_name(), presence);
-    read_version = block.version();
-    s.read("radius", radius);
-    if (block.version() >= 2) s.read("label", label);
-  }
-};
-
-class Polygon : public PolymorphicPersistent<Polygon, Figure> {
- public:
-  static constexpr const char* type_name_ = "Polygon";
-  int sides = 3;
-  void write(const char* tag, PersistentWriteStream& s) const override {
-    PersistentWriteStream::Block block(s, tag, class_name());
-    s.write("sides", sides);
-  }
-  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) override {
-    PersistentReadStream::Block block(s, tag, class_name(), presence);
-    s.read("sides", sides);
-  }
-};
-
-const PolymorphicRegistrar<Figure, Disc> disc_registrar;
-const PolymorphicRegistrar<Figure, Polygon> polygon_registrar;
-
-template <class T>
-std::string typed_bytes(const T& value) {
-  MemoryDevice memory;
-  {
-    Archive archive(memory, Archive::WRITE);
-    TypedArchiveWriteStream stream(archive);
-    stream.write("v", value);
-  }
-  return memory.take();
-}
-
-// Reads `value` from `bytes`: the error, or "" when every byte was read.
-template <class T>
-std::string typed_read(const std::string& bytes, T& value) {
-  MemoryDevice memory(bytes.data(), bytes.size());
-  Archive archive(memory, Archive::READ);
-  TypedArchiveReadStream stream(archive);
-  try {
-    stream.read("v", value);
-  } catch (const std::exception& e) {
-    return e.what();
-  }
-  return archive.at_end() ? "" : "bytes left over";
-}
-
-std::vector<THandle<Figure>> figures() {
+std::vector<THandle<Shape>> figures() {
   THandle<Disc> disc(new Disc);
   disc->radius = 2;
   disc->label = "d";
   THandle<Polygon> polygon(new Polygon);
   polygon->sides = 6;
-  return {disc, polygon, disc, THandle<Figure>()};
+  return {disc, polygon, disc, THandle<Shape>()};
 }
 
-const std::string golden_file = std::string(VORN_TEST_DATA_DIR) + "/persistence/typed_archive.bin";
-
 TEST(TypedArchive, GoldenBytesAndPolymorphicRoundTrip) {
-  const std::string bytes = typed_bytes(figures());
-  if (std::getenv("VORN_UPDATE_GOLDEN") != nullptr) std::ofstream(golden_file, std::ios::binary) << bytes;
-  std::ifstream in(golden_file, std::ios::binary);
-  const std::string golden{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  EXPECT_TRUE(bytes == golden) << "differs from " << golden_file;
+  const std::string bytes = stream_bytes<TypedArchiveWriteStream>(figures());
+  test::expect_golden(bytes, "persistence/typed_archive.bin");
 
-  std::vector<THandle<Figure>> back;
-  ASSERT_EQ(typed_read(bytes, back), "");
+  std::vector<THandle<Shape>> back;
+  ASSERT_EQ(stream_read<TypedArchiveReadStream>(bytes, back), "");
   ASSERT_EQ(back.size(), 4u);
   const THandle<Disc> disc = handle_dynamic_cast<Disc>(back[0]);
   ASSERT_NE(disc, nullptr);
@@ -124,21 +46,8 @@ TEST(TypedArchive, GoldenBytesAndPolymorphicRoundTrip) {
   EXPECT_EQ(back[3], nullptr);
 }
 
-TEST(TypedArchive, DocumentedLayoutOfOneHandle) {
-  THandle<Figure> polygon(new Polygon);
-  EXPECT_EQ(typed_bytes(std::make_pair(7, polygon)),
-            std::string("\0\0\0\0"                 // Pair block version
-                        "\0\0\0\7"                 // first
-                        "\0\0\0\0"                 // Handle block version
-                        "\0\0\0\1"                 // serial number
-                        "\0\0\0\7Polygon"          // class name
-                        "\0\0\0\0"                 // Polygon block version
-                        "\0\0\0\3",                // sides
-                        35));
-}
-
 TEST(TypedArchive, DamagedAndUnknownInput) {
-  const std::string good = typed_bytes(THandle<Figure>(new Polygon));
+  const std::string good = stream_bytes<TypedArchiveWriteStream>(THandle<Shape>(new Polygon));
   std::string unknown = good;
   unknown.replace(12, 7, "Hexagon");
   std::string long_name = good;
@@ -150,7 +59,7 @@ TEST(TypedArchive, DamagedAndUnknownInput) {
   };
   const Row rows[] = {
       {"unknown class name", unknown,
-       "Failed whilst reading tag'v' PolymorphicFactory did not contain a type with name 'Hexagon'"},
+       "unknown type: Failed whilst reading tag'v' PolymorphicFactory did not contain a type with name 'Hexagon'"},
       {"name longer than the file", long_name,
        "ArchiveReadStream::read: string length 2130706439 exceeds the 15 bytes left in the file reading 'value'"},
       {"cut in the version", good.substr(0, 2), "ArchiveReadStream::read: unexpected end of file reading 'v'"},
@@ -158,8 +67,8 @@ TEST(TypedArchive, DamagedAndUnknownInput) {
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
-    THandle<Figure> figure;
-    EXPECT_EQ(typed_read(row.bytes, figure), row.error);
+    THandle<Shape> shape;
+    EXPECT_EQ(stream_read<TypedArchiveReadStream>(row.bytes, shape), row.error);
   }
 }
 
