@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdio>
 #include <functional>
 #include <map>
 #include <memory>
@@ -356,6 +357,9 @@ pid_t spawn(Work work) {
     int status = 0;
     try {
       work();
+    } catch (const std::exception& e) {
+      std::fprintf(stderr, "writer %d: %s\n", static_cast<int>(::getpid()), e.what());
+      status = 1;
     } catch (...) {
       status = 1;
     }

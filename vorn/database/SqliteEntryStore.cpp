@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <optional>
+#include <thread>
 #include <utility>
 
 #include <sqlite3.h>
@@ -121,6 +123,23 @@ struct detail::SqliteConnection {
   void execute(const char* sql, const char* operation, const char* step) {
     const int rc = sqlite3_exec(db, sql, nullptr, nullptr, nullptr);
     if (rc != SQLITE_OK) fail(operation, step, rc);
+  }
+
+  // Puts the file in write-ahead-log mode. The switch needs the file to
+  // itself for a moment, and SQLite answers "database is locked" at once,
+  // without waiting through the busy timeout, when several connections open
+  // a new file together: try again until the timeout has passed.
+  void use_write_ahead_log(const char* operation) {
+    const auto deadline =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(SqliteEntryStore::busy_timeout_ms);
+    for (;;) {
+      const int rc = sqlite3_exec(db, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr);
+      if (rc == SQLITE_OK) return;
+      if ((rc & 0xff) != SQLITE_BUSY || std::chrono::steady_clock::now() >= deadline) {
+        fail(operation, "use a write-ahead log for", rc);
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
   }
 
   // The single integer `sql` yields (a pragma or a count).
@@ -317,7 +336,7 @@ SqliteEntryStore::SqliteEntryStore(const std::string& file, const DatabaseOption
   if (writable_ && sqlite3_db_readonly(c.db, "main") == 1) {
     open_error("cannot open for writing (the file is read-only)", file_);
   }
-  if (writable_) c.execute("PRAGMA journal_mode=WAL", "open", "use a write-ahead log for");
+  if (writable_) c.use_write_ahead_log("open");
   set_durability(durability_);
 }
 
@@ -333,7 +352,7 @@ void SqliteEntryStore::create_schema() {
   detail::SqliteConnection& c = *connection_;
   // The journal mode cannot change inside a transaction; it stays in the
   // file for every later connection.
-  c.execute("PRAGMA journal_mode=WAL", "open", "use a write-ahead log for");
+  c.use_write_ahead_log("open");
   WriteTransaction transaction(c, "open");
   // Another process may have created the schema since the check.
   if (!is_empty_database()) return;
