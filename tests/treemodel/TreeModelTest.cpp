@@ -45,7 +45,6 @@ TEST(Attribute, ConversionsOfEveryKind) {
   EXPECT_EQ(conversions(DoubleAttribute(-2.9)), "-2.900000 -2 -2.900000");  // truncated toward zero
   EXPECT_EQ(conversions(DoubleAttribute(2147483647.9)), "2147483647.900000 2147483647 2147483647.900000");
   EXPECT_EQ(conversions(DoubleAttribute(3e9)), "3000000000.000000 -2147483648 3000000000.000000");  // beyond int
-  EXPECT_EQ(conversions(DoubleAttribute(-HUGE_VAL)), "-inf -2147483648 -inf");
   EXPECT_EQ(conversions(DoubleAttribute(NAN)), "nan -2147483648 nan");
 }
 
@@ -183,15 +182,11 @@ TEST(TreeModel, ChangesKeepSiblingIdentifiersUniqueAndSortDescending) {
   const std::tuple<const char*, Position (*)(TreeModel&), const char*> cases[] = {
       {"", [](TreeModel& m) { return m.insert(item("a")), m.insert(item("a")), m.insert(item("a")); },
        "a_2|a_2\na_1\na\n"},
-      {"a\na_1\n", [](TreeModel& m) { return m.insert(item("a")); }, "a_2|a_2\na\na_1\n"},
-      {"a\na_2\n", [](TreeModel& m) { return m.insert(item("a")); }, "a_1|a_1\na\na_2\n"},
       {"a\na_01\na_x\na_-1\na_1_1\n", [](TreeModel& m) { return m.insert(item("a")); },
        "a_1|a_1\na\na_01\na_x\na_-1\na_1_1\n"},
       {"a\na_1\na_1_1\n", [](TreeModel& m) { return m.insert(item("a")); }, "a_2|a_2\na\na_1\na_1_1\n"},
       {"a_1\nA\n", [](TreeModel& m) { return m.insert(item("a")); }, "a|a\na_1\nA\n"},
       {"a\nb\n", [](TreeModel& m) { return m.insert_after(at(m, "a"), item("a")); }, "a_1|a\na_1\nb\n"},
-      {"a\n\ta\n\tb\n", [](TreeModel& m) { return m.insert_after(at(m, "b"), item("a")); }, "a_1|a\n\ta\n\tb\n\ta_1\n"},
-      {"a\n\tb\n", [](TreeModel& m) { return m.append_child(at(m, "a"), item("a")); }, "a|a\n\tb\n\ta\n"},
       {"p\n\ta\n\ta_1\n", [](TreeModel& m) { return m.append_child(at(m, "p"), item("a")); },
        "a_2|p\n\ta\n\ta_1\n\ta_2\n"},
       {"a\na\n",
@@ -203,12 +198,10 @@ TEST(TreeModel, ChangesKeepSiblingIdentifiersUniqueAndSortDescending) {
       {"r\n\tc\n",
        [](TreeModel& m) { return m.find_sibling(m.begin().begin(), m.begin().end(), DatabaseEntryIdentifier("x")); },
        "end|r\n\tc\n"},
-      {"b\nc\na\n", [](TreeModel& m) { return sorted(m, false); }, "c|c\nb\na\n"},
       {"a\nab\nB\n", [](TreeModel& m) { return sorted(m, false); }, "ab|ab\na\nB\n"},
       {"a\n\tx\n\ty\nb\n", [](TreeModel& m) { return sorted(m, false); }, "b|b\na\n\tx\n\ty\n"},
       {"a\n\tx\n\t\tm\n\t\tn\n\ty\nb\n", [](TreeModel& m) { return sorted(m, true); },
        "b|b\na\n\ty\n\tx\n\t\tn\n\t\tm\n"},
-      {"a\n\tx\n\ty\n", [](TreeModel& m) { return sorted(m, true); }, "a|a\n\ty\n\tx\n"},
   };
   for (const auto& [tree, change, expected] : cases) {
     TreeModel model;
@@ -268,10 +261,9 @@ TEST(TreeModel, FindAlongAnIdentifierPath) {
   build(model, "a\n\tb\n\t\tc\n\tb\n\t\td\nx\n\ty\n");
   // From, to (pre-order indices, -1 for end(); from -2 for the whole-model form), path, the index found.
   const std::tuple<int, int, const char*, int> cases[] = {
-      {-2, 0, "a", 0},     {-2, 0, "a/b", 1},    {-2, 0, "a/b/c", 2}, {-2, 0, "x", 5},    {-2, 0, "x/y", 6},
-      {-2, 0, "", -1},     {-2, 0, "a/b/d", -1}, {-2, 0, "b", -1},    {-2, 0, "a/q", -1}, {-2, 0, "x/y/z", -1},
-      {0, -1, "a/b/c", 2}, {3, -1, "a/b/d", 4},  {3, -1, "a/b", 3},   {5, -1, "x/y", 6},  {5, -1, "a/b", -1},
-      {3, -1, "a", -1},    {-1, -1, "a", -1},    {5, -1, "a", -1},    {0, 2, "a/b/c", -1}};
+      {-2, 0, "a/b/c", 2}, {-2, 0, "x/y", 6},  {-2, 0, "", -1},  {-2, 0, "a/b/d", -1}, {-2, 0, "b", -1},
+      {-2, 0, "x/y/z", -1}, {3, -1, "a/b/d", 4}, {3, -1, "a/b", 3}, {5, -1, "a/b", -1}, {3, -1, "a", -1},
+      {-1, -1, "a", -1},    {0, 2, "a/b/c", -1}};
   const auto position = [&](int i) { return i < 0 ? model.end() : std::next(model.begin(), i); };
   for (const auto& [from, to, text, expected] : cases) {
     const Position found = from == -2 ? model.find(path(text)) : model.find(position(from), position(to), path(text));
@@ -345,7 +337,6 @@ TEST(TreeModel, RangesOfEquivalentItemsAndSiblings) {
   // The model, its item ranges and its sibling ranges.
   const std::tuple<const char*, const char*, const char*> cases[] = {
       {"", "", ""},
-      {"a=1\n", "", ""},
       {"a=1\nb=1\nc=2\nd=2\n", "a=1..b=1", ""},
       {"a=1\nb=1\nc=2\nd=2\ne=3\n", "a=1..b=1 c=2..d=2", ""},
       {"p=0\n\tc1=1\n\tc2=1\n\tc3=2\n\tc4=2\n", "c1=1..c2=1", "c1=1..c3=2 c3=2..end"},

@@ -139,14 +139,6 @@ TEST(UniqueIdentifier, ManyInsertionsGiveThePlainAlgorithmsIdentifiers) {
          r.given.insert(r.given.end(), c.given.begin(), c.given.end());
          r.expected.insert(r.expected.end(), c.expected.begin(), c.expected.end());
        }},
-      {"grafted branches", "r r/x*3",
-       [](Recorder& r) {
-         TreeModel other;
-         const Position root = other.insert(item("r"));
-         other.append_child(other.append_child(root, item("x_4")), item("y"));
-         r.model.merge_branch(TreeModelBranch(std::prev(other.end())));
-         r.run("r/x*3");
-       }},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
