@@ -112,6 +112,7 @@ TEST(UniqueIdentifier, ManyInsertionsGiveThePlainAlgorithmsIdentifiers) {
       {"removed siblings free their suffixes", "a*30 -a_7 -a -a_20 a*5"},
       {"identifiers changed behind the model's back", "a*20 a_3=b a*2 a_5=a_25 a*4 b=a_26 a*3"},
       {"items loaded unchecked, then renamed", "!a !a_1 !a_2 !a_3 a*3 a_2=z a*2"},
+      {"only canonical suffixes count, case matters", "!a !a_01 !a_x !a_-1 !a_1_1 !A a*2 a_1=z !a_1 a*2"},
       {"items renamed before they are inserted", "a*5 ~a ~a_7 ~a ~a_5 ~a"},
       {"one item inserted twice", "a*3 &b b*2 a*2"},
       {"sorted between insertions", "a*15 sort a*5"},
