@@ -172,7 +172,6 @@ TEST(CommandProcessor, CleanStateFollowsThePosition) {
       {"a new processor", 0, "", true},
       {"undone back to the clean step", 0, "a * b <", true},
       {"undone past it", 0, "a * b < <", false},
-      {"redone back to it", 0, "a * < >", true},
       {"a merge into the clean step", 0, "x:7 * y:7 < >", false},
       {"the clean step discarded", 0, "a * < z < >", false},
       {"the clean step dropped by the bound", 2, "1 2 3 < <", false},
