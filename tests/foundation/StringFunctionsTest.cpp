@@ -114,10 +114,10 @@ TEST(StringFunctions, WrapAndComment) {
 
 TEST(StringFunctions, Numbers) {
   // The double (15 significant digits), the int, then both ok flags.
-  check<S>({{"abc", "0 0 --"}, {"", "0 0 --"}, {"-.5e2", "-50 5 ++"}, {".5", "0.5 5 ++"}, {"+7", "7 7 ++"},
-            {"--5", "-5 -5 ++"}, {"x-42y", "-42 -42 ++"}, {"3.7", "3.7 3 ++"}, {"width: 12.5 mm", "12.5 12 ++"},
-            {"1.2.3", "1.2 1 ++"}, {"5-3", "5 5 ++"}, {"1e", "1 1 ++"}, {"E5", "5 5 ++"}, {"1E3x", "1000 1 ++"},
-            {"0x1F", "0 0 ++"}, {"99999999999999999999", "1e+20 2147483647 ++"},
+  check<S>({{"abc", "0 0 --"}, {"", "0 0 --"}, {"-.5e2", "-50 5 ++"}, {"+7", "7 7 ++"}, {"--5", "-5 -5 ++"},
+            {"x-42y", "-42 -42 ++"}, {"width: 12.5 mm", "12.5 12 ++"}, {"1.2.3", "1.2 1 ++"}, {"5-3", "5 5 ++"},
+            {"1e", "1 1 ++"}, {"E5", "5 5 ++"}, {"1E3x", "1000 1 ++"}, {"0x1F", "0 0 ++"},
+            {"99999999999999999999", "1e+20 2147483647 ++"},
             {"-2147483649", "-2147483649 -2147483648 ++"}, {"-2147483648", "-2147483648 -2147483648 ++"},
             {"\x80\xff-1\xfe", "-1 -1 ++"}, {S("\0" "12", 3), "12 12 ++"},  // digits after an embedded NUL count
             {"1e999", "inf 1 ++"}, {"-1e-999", "-0 -1 ++"}},
@@ -226,9 +226,9 @@ std::string read_all(std::istream& in) {
 TEST(Getline, LineEndsOnEveryBufferShape) {
   const std::string long_line(5000, 'x');  // two of them cross a 4096-byte buffer
   const std::pair<std::string, std::string> cases[] = {
-      {"", "$"},           {"a", "a$"},           {"a\n", "a|$"},         {"a\nb", "a|b$"},   {"a\r\nb\r\n", "a|b|$"},
-      {"a\rb\r", "a|b$"},  {"a\r", "a$"},         {"\n\n", "||$"},        {"\r\n\r\n", "||$"}, {"\n\r", "|$"},
-      {"\r\r\n\n", "|||$"}, {"a\n\rb", "a||b$"},  {"one\r\ntwo\rthree\nfour", "one|two|three|four$"},
+      {"", "$"},        {"a", "a$"},         {"a\n", "a|$"},     {"a\nb", "a|b$"},      {"a\r\nb\r\n", "a|b|$"},
+      {"a\rb\r", "a|b$"}, {"\n\n", "||$"},      {"\n\r", "|$"},     {"\r\r\n\n", "|||$"}, {"a\n\rb", "a||b$"},
+      {"one\r\ntwo\rthree\nfour", "one|two|three|four$"},
       {"\x8d\x8a\x0b\x0c\n", "\x8d\x8a\x0b\x0c|$"}, {std::string("x\0y\n", 4), std::string("x\0y|$", 5)},
       {long_line + "\r\n" + long_line + "\r", long_line + "|" + long_line + "$"},
   };
