@@ -125,7 +125,6 @@ TEST(Tree, ChangesLinkEveryNeighbourAndReturnTheRightPosition) {
       {[](StringTree& t, Pos a) { return t.erase(Pos(a.begin())); }, "A2 A(A2),B"},
       {[](StringTree& t, Pos a) { return t.erase(Pos(a.begin().range_last())); }, "B A(A1),B"},
       {[](StringTree& t, Pos) { return t.erase(std::prev(t.end())); }, "end A(A1,A2)"},
-      {[](StringTree& t, Pos a) { return Pos(t.erase(a.begin())); }, "A2 A(A2),B"},  // a sibling position
       {[](StringTree& t, Pos a) { return Pos(t.erase(a.begin().range_last())); }, "null A(A1),B"},
       {[](StringTree& t, Pos a) { return t.erase_children(a), a; }, "A A,B"},
       {[](StringTree& t, Pos) { return t.clear(), t.insert(t.end(), "C"); }, "C C"},
