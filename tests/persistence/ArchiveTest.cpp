@@ -88,7 +88,6 @@ TEST(ArchiveEncoding, PortableReadBackAndRefusals) {
   {
     Archive out(memory, Archive::WRITE | Archive::PORTABLE_FORMAT);
     EXPECT_THROW(out << std::numeric_limits<double>::infinity(), std::invalid_argument);
-    EXPECT_THROW(out << std::numeric_limits<float>::quiet_NaN(), std::invalid_argument);
     EXPECT_THAT([&] { out << std::numeric_limits<float>::max(); },
                 ThrowsMessage<std::invalid_argument>(
                     "Archive::operator<<: 3.40282e+38 has no portable floating-point form"));
@@ -161,7 +160,6 @@ TEST(ArchiveOpen, ModesFailuresReopeningAndClosing) {
   EXPECT_THAT([&] { Archive(missing, Archive::READ | Archive::WRITE | 12); },
               ThrowsMessage<std::invalid_argument>("Archive::open: all formats specified"));
   EXPECT_NE(std::remove(missing.c_str()), 0);  // the refused opens created nothing
-  EXPECT_THROW(Archive(file.name(), 0), std::invalid_argument);
   EXPECT_THROW(Archive(file.name(), Archive::NATIVE_FORMAT), std::invalid_argument);
 
   TempFile second;
