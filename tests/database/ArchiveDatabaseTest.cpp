@@ -27,16 +27,7 @@ using Id = DatabaseEntryIdentifier;
 using test::TempDirectory;
 
 using test::make_entry;
-
-template <class E = database_error>
-std::string what_of(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const E& e) {
-    return e.what();
-  }
-  return "(nothing thrown)";
-}
+using test::what_of;
 
 // The identifiers of `db` as its index file lists them.
 std::string listed(const Db& db) {
