@@ -20,6 +20,7 @@ namespace vorn {
 namespace {
 
 using test::Disc;
+using test::Leaf;
 using test::Polygon;
 using test::Shape;
 using testing::error_of;
@@ -46,17 +47,6 @@ template <class T>
 T round_trip(const T& value) {
   return read_json<T>(json_of(value));
 }
-
-struct Point {
-  int x = 0;
-  int y = 0;
-  static constexpr const char* tags[] = {"x", "y"};
-  template <class Self>
-  static auto fields(Self& p) {
-    return std::tie(p.x, p.y);
-  }
-  VORN_TEST_BLOCK(Point)
-};
 
 // The value read back is the value written, bit for bit (an x86 long
 // double has 10 bytes of value and padding after them), at the limits of
@@ -175,18 +165,18 @@ TEST(JsonEvolution, OldAndNewClassVersionsAreRead) {
 
 // Callers tell a missing item from a missing optional one by its type.
 TEST(JsonReading, MissingItemsThrowTheirKind) {
-  EXPECT_THROW(read_json<Point>(R"({"p":{"$type":"Point","x":1}})", "p"), PersistentReadStream::ItemNotPresent);
+  EXPECT_THROW(read_json<Leaf>(R"({"p":{"$type":"Leaf","name":"a"}})", "p"), PersistentReadStream::ItemNotPresent);
   std::istringstream in(R"({})");
   JsonReadStream stream(in);
-  Point p;
+  Leaf p;
   EXPECT_THROW(stream.read("p", p, ITEM_OPTIONAL), PersistentReadStream::OptionalItemNotPresent);
 }
 
 // Items are found by tag, not position; a repeated tag is read in turn.
 TEST(JsonReading, ItemsAreFoundByTagAndRepeatedTagsInTurn) {
-  const Point point = read_json<Point>(R"({"p":{"$type":"Point","y":-5,"x":7}})", "p");
-  EXPECT_EQ(point.x, 7);
-  EXPECT_EQ(point.y, -5);
+  const Leaf leaf = read_json<Leaf>(R"({"p":{"$type":"Leaf","weight":-5,"name":"a"}})", "p");
+  EXPECT_EQ(leaf.name, "a");
+  EXPECT_EQ(leaf.weight, -5);
   std::istringstream in(R"({"n":1,"n":2,"other":true,"n":3})");
   JsonReadStream stream(in);
   for (int want : {1, 2, 3}) {
@@ -231,7 +221,7 @@ TEST(JsonReading, ItemsThatCannotBeReadAreRefused) {
     std::string error;
     std::string want;
   };
-  const std::string not_found = "Failed to find item with tag 'p' and type_name 'Point'";
+  const std::string not_found = "Failed to find item with tag 'p' and type_name 'Leaf'";
   const std::size_t depth = 200000;
   const Case cases[] = {
       {"fraction as int", read_error<int>(R"({"v":1.5})"), "JsonReadStream::read: 'v' holds 1.5, not an int"},
@@ -250,10 +240,10 @@ TEST(JsonReading, ItemsThatCannotBeReadAreRefused) {
       {"nesting too deep to recurse",
        read_error<std::vector<std::vector<int>>>("{\"v\":" + std::string(depth, '[') + std::string(depth, ']') + "}"),
        "JsonReadStream::read: 'item' holds an array, not an int"},
-      {"required primitive", read_error<Point>(R"({"p":{"$type":"Point","x":1}})", "p"),
-       "Failed to find item with tag 'y' and type_name 'int'"},
-      {"block of another type", read_error<Point>(R"({"p":{"$type":"Vector","x":1,"y":2}})", "p"), not_found},
-      {"an item that is not a block", read_error<Point>(R"({"p":[1,2]})", "p"), not_found},
+      {"required primitive", read_error<Leaf>(R"({"p":{"$type":"Leaf","name":"a"}})", "p"),
+       "Failed to find item with tag 'weight' and type_name 'int'"},
+      {"block of another type", read_error<Leaf>(R"({"p":{"$type":"Vector","name":"a","weight":2}})", "p"), not_found},
+      {"an item that is not a block", read_error<Leaf>(R"({"p":[1,2]})", "p"), not_found},
       {"unknown class",
        read_error<THandle<Shape>>(R"({"v":{"$type":"Handle","serial_number":1,"value":{"$type":"Hexagon"}}})"),
        "Failed whilst reading tag'v' PolymorphicFactory did not contain a type with name 'Hexagon'"},
