@@ -44,14 +44,8 @@ TEST(DatabaseIteration, LoopsSeeWhatThePositionsHold) {
     for (const THandle<Entry>& e : base) seen += *e->data() + ";";
     return seen;
   };
-  const auto identifiers = [&base] {
-    std::string seen;
-    for (const Id& id : base.identifiers()) seen += id.text() + ";";
-    return seen;
-  };
   const struct { const char* name; std::function<std::string()> loop; std::string seen; } cases[] = {
       {"entries in position order", data_of_entries, "data of B;data of a;data of C;"},
-      {"identifiers in position order", identifiers, "B;a;C;"},
       {"post-increment and arrow",
        [&base] {
          auto it = base.begin();
