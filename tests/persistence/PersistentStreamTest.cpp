@@ -9,7 +9,6 @@
 #include <array>
 #include <list>
 #include <map>
-#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -174,6 +173,8 @@ void expect_long_runs_match_single_values(unsigned int format) {
   (expect_run_matches_single_values(sequence(T{}), format), ...);
 }
 
+// A list is written through the chunked copy that sets share: 10000 items
+// cross its chunk edges; an array's run is the vector's.
 TEST(ArchiveStreams, ContainerRunsGiveTheBytesOfSingleValues) {
   const std::vector<int> ints(10000, 3);
   for (unsigned int format : {Archive::NATIVE_FORMAT, Archive::PORTABLE_FORMAT}) {
@@ -181,8 +182,6 @@ TEST(ArchiveStreams, ContainerRunsGiveTheBytesOfSingleValues) {
     expect_long_runs_match_single_values<char, unsigned char, bool, short, unsigned short, int, unsigned int, long,
                                          unsigned long, float, double, long double>(format);
     expect_run_matches_single_values(std::list<double>(ints.begin(), ints.end()), format);
-    expect_run_matches_single_values(std::multiset<int>(ints.begin(), ints.end()), format);
-    expect_run_matches_single_values(std::array<short, 3>{1, -2, 3}, format);
   }
 }
 
