@@ -65,6 +65,8 @@ TEST(ArchiveDatabase, FilesAndHashIndexStayInStep) {
   EXPECT_TRUE(dir.exists("other_D1.ade"));
 }
 
+// Another writer's change is reloaded before an append (DurabilityTest);
+// here the index is appended to in place, and recreated once deleted.
 TEST(ArchiveDatabase, AppendAfterForeignChangeRewritesIndex) {
   TempDirectory dir;
   dir.write("n.adi", "x\n");
@@ -74,13 +76,6 @@ TEST(ArchiveDatabase, AppendAfterForeignChangeRewritesIndex) {
   db.append(make_entry("A2", "a"));
   EXPECT_EQ(inode_of(dir.file("n.adi")), loaded);  // appended in place, not rewritten
   EXPECT_EQ(dir.read("n.adi"), "x\nA\nA2\n");
-  db.remove(Id("x"));
-  db.remove(Id("A2"));
-  dir.write("n.adi", "A\nZZ\nQ");  // another writer changed the file
-  db.append(make_entry("B", "b"));
-  db.append(make_entry("C", "c"));
-  // Its change is loaded first and kept (the unterminated Q is not a line).
-  EXPECT_EQ(dir.read("n.adi"), "A\nZZ\nB\nC\n");
   ::unlink(dir.file("n.adi").c_str());  // another writer deleted the index
   db.append(make_entry("D", "d"));
   EXPECT_EQ(dir.read("n.adi"), "D\n");
