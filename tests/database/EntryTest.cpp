@@ -1,5 +1,4 @@
 // Identifiers and entries: construction rules, ordering and archive bytes.
-#include <algorithm>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -70,12 +69,9 @@ TEST(DatabaseEntryIdentifier, TrimsBlanksAndLimitsLength) {
   EXPECT_EQ("_" + id + std::string(".ade"), "_ABC.ade");
 }
 
-TEST(DatabaseEntryIdentifier, OrdersAndHashesAsCaseSensitiveBytes) {
-  std::vector<Id> ids;
-  for (const char* t : {"abc", "\xC3\xA9", "ABC", "AB", "", "abc", "B"}) ids.emplace_back(t);
-  std::sort(ids.begin(), ids.end());
-  EXPECT_EQ(std::vector<std::string>(ids.begin(), ids.end()),
-            (std::vector<std::string>{"", "AB", "ABC", "B", "abc", "abc", "\xC3\xA9"}));
+// The order is that of the bytes: the identifier list's sort is checked
+// against it on random texts.
+TEST(DatabaseEntryIdentifier, HashesAsCaseSensitiveBytes) {
   const std::unordered_set<Id> set{Id("abc"), Id("ABC"), Id("abc")};
   EXPECT_EQ(set.size(), 2u);
   EXPECT_EQ(set.count(Id(" abc ")), 1u);
