@@ -115,14 +115,10 @@ TEST(ArchiveDatabase, ErrorMessagesLeaveFilesUnchanged) {
   Db db(dir.path, "n", 3);
   db.append(make_entry("A1", "a"));
   const std::string outside = ": identifier does not name a file inside the database directory: ";
+  // Appends are refused as check_identifier answers: HostileDirectoryTest.
   const struct { std::function<void()> call; std::string message; } cases[] = {
-      {[&] { db.append(make_entry("x/../../evil", "b")); }, "ArchiveDatabase::append" + outside + "x/../../evil"},
       {[&] { db.replace(make_entry("..", "b")); }, "ArchiveDatabase::replace" + outside + ".."},
       {[&] { db.remove(Id("a/..")); }, "ArchiveDatabase::remove" + outside + "a/.."},
-      {[&] { db.append(make_entry(std::string("a\0b", 3), "b")); },
-       "ArchiveDatabase::append" + outside + "a\\0b"},
-      {[&] { db.append(make_entry("a\nb", "b")); },
-       "ArchiveDatabase::append: identifier cannot be stored in the index file: a\nb"},
       // The abstract interface refuses changes on its own.
       {[&] { db.Database<Entry>::append(make_entry("B", "b")); }, "Database::append: database is not opened for writing"},
       {[&] { db.Database<Entry>::replace(make_entry("A1", "b")); }, "Database::replace: database is not opened for writing"},
