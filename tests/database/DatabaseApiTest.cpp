@@ -112,7 +112,6 @@ TEST(ArchiveDatabaseOpen, OptionsDecideWhatAMissingOrExistingDatabaseDoes) {
     bool index_after;
   } cases[] = {
       {"existing, read-only", "", file, options(false, false, false), "", true},
-      {"existing, writable", "", file, options(true, false, false), "", true},
       {"missing index refused", "", none, options(true, false, false),
        "ArchiveDatabase::open: no database (no index file): {D}/n.adi", false},
       {"missing index created", "", none, options(true, true, false), "", true},
