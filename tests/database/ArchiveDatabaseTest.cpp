@@ -27,16 +27,7 @@ using Id = DatabaseEntryIdentifier;
 using test::TempDirectory;
 
 using test::make_entry;
-
-template <class E = database_error>
-std::string what_of(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const E& e) {
-    return e.what();
-  }
-  return "(nothing thrown)";
-}
+using test::what_of;
 
 // The identifiers of `db` as its index file lists them.
 std::string listed(const Db& db) {
@@ -74,6 +65,8 @@ TEST(ArchiveDatabase, FilesAndHashIndexStayInStep) {
   EXPECT_TRUE(dir.exists("other_D1.ade"));
 }
 
+// Another writer's change is reloaded before an append (DurabilityTest);
+// here the index is appended to in place, and recreated once deleted.
 TEST(ArchiveDatabase, AppendAfterForeignChangeRewritesIndex) {
   TempDirectory dir;
   dir.write("n.adi", "x\n");
@@ -83,13 +76,6 @@ TEST(ArchiveDatabase, AppendAfterForeignChangeRewritesIndex) {
   db.append(make_entry("A2", "a"));
   EXPECT_EQ(inode_of(dir.file("n.adi")), loaded);  // appended in place, not rewritten
   EXPECT_EQ(dir.read("n.adi"), "x\nA\nA2\n");
-  db.remove(Id("x"));
-  db.remove(Id("A2"));
-  dir.write("n.adi", "A\nZZ\nQ");  // another writer changed the file
-  db.append(make_entry("B", "b"));
-  db.append(make_entry("C", "c"));
-  // Its change is loaded first and kept (the unterminated Q is not a line).
-  EXPECT_EQ(dir.read("n.adi"), "A\nZZ\nB\nC\n");
   ::unlink(dir.file("n.adi").c_str());  // another writer deleted the index
   db.append(make_entry("D", "d"));
   EXPECT_EQ(dir.read("n.adi"), "D\n");
@@ -129,14 +115,10 @@ TEST(ArchiveDatabase, ErrorMessagesLeaveFilesUnchanged) {
   Db db(dir.path, "n", 3);
   db.append(make_entry("A1", "a"));
   const std::string outside = ": identifier does not name a file inside the database directory: ";
+  // Appends are refused as check_identifier answers: HostileDirectoryTest.
   const struct { std::function<void()> call; std::string message; } cases[] = {
-      {[&] { db.append(make_entry("x/../../evil", "b")); }, "ArchiveDatabase::append" + outside + "x/../../evil"},
       {[&] { db.replace(make_entry("..", "b")); }, "ArchiveDatabase::replace" + outside + ".."},
       {[&] { db.remove(Id("a/..")); }, "ArchiveDatabase::remove" + outside + "a/.."},
-      {[&] { db.append(make_entry(std::string("a\0b", 3), "b")); },
-       "ArchiveDatabase::append" + outside + "a\\0b"},
-      {[&] { db.append(make_entry("a\nb", "b")); },
-       "ArchiveDatabase::append: identifier cannot be stored in the index file: a\nb"},
       // The abstract interface refuses changes on its own.
       {[&] { db.Database<Entry>::append(make_entry("B", "b")); }, "Database::append: database is not opened for writing"},
       {[&] { db.Database<Entry>::replace(make_entry("A1", "b")); }, "Database::replace: database is not opened for writing"},

@@ -1,5 +1,4 @@
 // Identifiers and entries: construction rules, ordering and archive bytes.
-#include <algorithm>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -8,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "database/TempDirectory.h"
 #include "persistence/TaggedStreams.h"
 #include "persistence/TempFile.h"
 #include "vorn/database/DatabaseEntry.h"
@@ -24,6 +24,7 @@ namespace {
 using test::Bytes;
 using Id = DatabaseEntryIdentifier;
 using StringEntry = DatabaseEntry<std::string>;
+using test::what_of;
 
 THandle<std::string> text(const std::string& s) { return THandle<std::string>(new std::string(s)); }
 
@@ -47,16 +48,6 @@ bool read_fails(const Bytes& bytes, F read) {
   return in.failed();
 }
 
-template <class E, class F>
-std::string what_of(F f) {
-  try {
-    f();
-  } catch (const E& e) {
-    return e.what();
-  }
-  return "(nothing thrown)";
-}
-
 TEST(DatabaseEntryIdentifier, TrimsBlanksAndLimitsLength) {
   const std::string s255(255, 'x');
   const std::string refused = "DatabaseEntryIdentifier::DatabaseEntryIdentifier: Invalid DatabaseEntryIdentifier (wrong size):";
@@ -78,12 +69,9 @@ TEST(DatabaseEntryIdentifier, TrimsBlanksAndLimitsLength) {
   EXPECT_EQ("_" + id + std::string(".ade"), "_ABC.ade");
 }
 
-TEST(DatabaseEntryIdentifier, OrdersAndHashesAsCaseSensitiveBytes) {
-  std::vector<Id> ids;
-  for (const char* t : {"abc", "\xC3\xA9", "ABC", "AB", "", "abc", "B"}) ids.emplace_back(t);
-  std::sort(ids.begin(), ids.end());
-  EXPECT_EQ(std::vector<std::string>(ids.begin(), ids.end()),
-            (std::vector<std::string>{"", "AB", "ABC", "B", "abc", "abc", "\xC3\xA9"}));
+// The order is that of the bytes: the identifier list's sort is checked
+// against it on random texts.
+TEST(DatabaseEntryIdentifier, HashesAsCaseSensitiveBytes) {
   const std::unordered_set<Id> set{Id("abc"), Id("ABC"), Id("abc")};
   EXPECT_EQ(set.size(), 2u);
   EXPECT_EQ(set.count(Id(" abc ")), 1u);
@@ -125,8 +113,6 @@ TEST(DatabaseEntry, ArchiveBytesAndNullData) {
   THandle<std::string> hello = text("hello");
   const StringEntry entry(Id("X1"), hello);
   EXPECT_EQ(entry.data(), hello);  // shared, not copied
-  EXPECT_EQ(written([&](Archive& out) { out << entry; }), (Bytes{0, 0, 0, 2, 'X', '1', 0, 0, 0, 5, 'h', 'e', 'l', 'l', 'o'}));
-  EXPECT_EQ(written([](Archive& out) { Id("X1").write(out), Id().write(out); }), (Bytes{0, 0, 0, 2, 'X', '1', 0, 0, 0, 0}));
   EXPECT_EQ(written([](Archive& out) { out << text("ab"); }), (Bytes{0, 0, 0, 2, 'a', 'b'}));
   EXPECT_EQ(written([](Archive& out) { out << DatabaseEntry<int>(Id("n"), THandle<int>(new int(258))); }),
             (Bytes{0, 0, 0, 1, 'n', 0, 0, 1, 2}));
@@ -151,7 +137,6 @@ TEST(DatabaseEntry, ReadsDamagedBytes) {
       {"id huge length", false, {0xFF, 0xFF, 0xFF, 0xF0, 'a'}, "a", true},
       {"id truncated length", false, {0, 0}, "", true},
       {"id of 300 bytes", false, long_text, std::string(300, 'q'), false},
-      {"whole entry", true, {0, 0, 0, 2, 'X', '1', 0, 0, 0, 5, 'h', 'e', 'l', 'l', 'o'}, "X1:hello", false},
       {"data cut at zero byte", true, {0, 0, 0, 1, 'A', 0, 0, 0, 3, 'a', 0, 'b'}, "A:a", false},
       {"short data", true, {0, 0, 0, 1, 'A', 0, 0, 0, 9, 'a', 'b'}, "A:ab", true},
       {"huge data length", true, {0, 0, 0, 1, 'A', 0x7F, 0xFF, 0xFF, 0xFF}, "A:", true},

@@ -131,12 +131,6 @@ TEST(DatabaseEntryIdentifierPairList, ReadsDipText) {
     }
     EXPECT_EQ(got, c.pair);
   }
-  EXPECT_EQ(printed(read("a b\r\n\nc\td", PairList())), "a b\nc d\n");
-
-  std::istringstream in("a b\nc " + std::string(256, 'x') + "\n");
-  PairList list;
-  EXPECT_THROW(list.read_from_file(in), std::invalid_argument);
-  EXPECT_EQ(list, pairs({{"a", "b"}}));
 }
 
 TEST(DatabaseEntryIdentifierPairList, PairOperations) {

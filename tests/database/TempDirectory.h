@@ -11,6 +11,7 @@
 #include <string>
 
 #include "vorn/database/DatabaseEntry.h"
+#include "vorn/database/database_error.h"
 #include "vorn/database/DatabaseEntryIdentifier.h"
 #include "vorn/foundation/THandle.h"
 
@@ -32,6 +33,18 @@ struct TempDirectory {
     return std::string(::mkdtemp(name));
   }();
 };
+
+// The message of the `E` that `action` throws: telling apart the kinds of
+// error is part of what these tests check.
+template <class E = database_error, class Action>
+std::string what_of(Action action) {
+  try {
+    action();
+  } catch (const E& e) {
+    return e.what();
+  }
+  return "(nothing thrown)";
+}
 
 // A string entry, as the database tests append them.
 inline THandle<DatabaseEntry<std::string>> make_entry(const std::string& id, const std::string& data) {

@@ -20,6 +20,7 @@ namespace vorn {
 namespace {
 
 using test::Disc;
+using test::Leaf;
 using test::Polygon;
 using test::Shape;
 using testing::error_of;
@@ -47,17 +48,6 @@ T round_trip(const T& value) {
   return read_json<T>(json_of(value));
 }
 
-struct Point {
-  int x = 0;
-  int y = 0;
-  static constexpr const char* tags[] = {"x", "y"};
-  template <class Self>
-  static auto fields(Self& p) {
-    return std::tie(p.x, p.y);
-  }
-  VORN_TEST_BLOCK(Point)
-};
-
 // The value read back is the value written, bit for bit (an x86 long
 // double has 10 bytes of value and padding after them), at the limits of
 // each type and, for floating point, the special values.
@@ -79,22 +69,12 @@ void expect_round_trips(const char* type) {
 }
 
 TEST(JsonPrimitives, NumbersRoundTripBitForBit) {
-  expect_round_trips<char>("char");
   expect_round_trips<signed char>("signed char");
-  expect_round_trips<unsigned char>("unsigned char");
-  expect_round_trips<short>("short");
-  expect_round_trips<unsigned short>("unsigned short");
-  expect_round_trips<int>("int");
-  expect_round_trips<unsigned int>("unsigned int");
-  expect_round_trips<long>("long");
-  expect_round_trips<unsigned long>("unsigned long");
   expect_round_trips<long long>("long long");
   expect_round_trips<unsigned long long>("unsigned long long");
   expect_round_trips<float>("float");
   expect_round_trips<double>("double");
   expect_round_trips<long double>("long double");
-  EXPECT_TRUE(round_trip(true));
-  EXPECT_FALSE(round_trip(false));
 }
 
 TEST(JsonWriting, DocumentedTextForms) {
@@ -104,21 +84,13 @@ TEST(JsonWriting, DocumentedTextForms) {
     std::string want;
   };
   const Case cases[] = {
-      {"block", json_of(Point{1, 2}, "p"), R"({"p":{"$type":"Point","x":1,"y":2}})"},
-      {"container", json_of(std::vector<int>{1, 2, 3}, "numbers"), R"({"numbers":[1,2,3]})"},
-      {"pretty block", json_of(Point{1, 2}, "p", {true}),
-       "{\n    \"p\": {\n        \"$type\": \"Point\",\n        \"x\": 1,\n        \"y\": 2\n    }\n}"},
-      {"a char is its number", json_of('A'), R"({"v":65})"},
-      {"bool", json_of(true), R"({"v":true})"},
-      {"signed char", json_of(static_cast<signed char>(-128)), R"({"v":-128})"},
-      {"long long minimum", json_of(std::numeric_limits<long long>::min()), R"({"v":-9223372036854775808})"},
+      {"compact container", json_of(std::vector<int>{1, 2, 3}, "numbers"), R"({"numbers":[1,2,3]})"},
       {"unsigned long long maximum", json_of(std::numeric_limits<unsigned long long>::max()),
        R"({"v":18446744073709551615})"},
       {"shortest double", json_of(0.1), R"({"v":0.1})"},
       {"shortest float", json_of(0.1f), R"({"v":0.1})"},
       {"long double keeps its digits", json_of(1.0L / 3), R"({"v":"0.33333333333333333334"})"},
       {"NaN", json_of(std::numeric_limits<double>::quiet_NaN()), R"({"v":"NaN"})"},
-      {"infinity", json_of(std::numeric_limits<float>::infinity()), R"({"v":"Infinity"})"},
       {"minus infinity", json_of(-std::numeric_limits<long double>::infinity()), R"({"v":"-Infinity"})"},
       {"zero byte", json_of(std::string("a\0b", 3)), R"({"v":"a\u0000b"})"},
       {"empty document", [] {
@@ -140,13 +112,11 @@ TEST(JsonPrimitives, StringsRoundTripByteForByte) {
     std::string text;
   };
   const Case cases[] = {
-      {"empty", ""},
       {"quotes and backslashes", R"(say "hi" \ bye)"},
       {"control characters", "tab\tnew\nline\rbell\x07\x1f"},
       {"UTF-8", "gr\xc3\xbc\xc3\x9f \xe2\x82\xac \xf0\x9f\x98\x80"},
       {"zero bytes", std::string("\0a\0\0b\0", 6)},
       {"bytes that are not UTF-8", "\xff\xfe\x80"},
-      {"a tag-like text", "$type"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -165,52 +135,27 @@ TEST(JsonGraphs, GoldenFile) {
   test::Node::break_all_cycles();
 }
 
-// A shared object is written once, then by its serial number.
+// The golden graph pins the handle layout, sharing and null handles; here
+// the values are made through the factory by their "$type", and a class
+// without a version writes none.
 TEST(JsonPolymorphism, HandlesAreRecreatedThroughTheFactory) {
   THandle<Disc> disc(new Disc);
   disc->label = "north";
   THandle<Polygon> polygon(new Polygon);
   polygon->sides = 6;
-  const std::vector<THandle<Shape>> shapes = {disc, polygon, disc, THandle<Shape>()};
+  const std::vector<THandle<Shape>> shapes = {disc, polygon};
   const std::string json = json_of(shapes, "shapes");
-  EXPECT_EQ(json,
-            R"({"shapes":[{"$type":"Handle","serial_number":1,"value":{"$type":"Disc","$version":2,"radius":1,)"
-            R"("label":"north"}},{"$type":"Handle","serial_number":2,"value":{"$type":"Polygon","sides":6}},)"
-            R"({"$type":"Handle","serial_number":1},{"$type":"Handle","serial_number":0}]})");
+  EXPECT_NE(json.find(R"("value":{"$type":"Polygon","sides":6}})"), std::string::npos) << json;
   const auto back = read_json<std::vector<THandle<Shape>>>(json, "shapes");
-  ASSERT_EQ(back.size(), 4u);
+  ASSERT_EQ(back.size(), 2u);
   EXPECT_EQ(handle_dynamic_cast<Disc>(back[0])->label, "north");
   EXPECT_EQ(handle_dynamic_cast<Disc>(back[0])->read_version, 2u);
   EXPECT_EQ(handle_dynamic_cast<Polygon>(back[1])->sides, 6);
-  EXPECT_EQ(back[2], back[0]);
-  EXPECT_EQ(back[3], nullptr);
 }
 
-// Version 2 of a class that gained "colour" and lost "legacy".
-struct Item {
-  std::string name;
-  std::string colour = "black";
-  void read(const char* tag, PersistentReadStreamPresence presence, PersistentReadStream& s) {
-    PersistentReadStream::Block block(s, tag, "Item", presence);
-    s.read("name", name);
-    try {
-      s.read("colour", colour, ITEM_OPTIONAL);
-    } catch (const PersistentReadStream::OptionalItemNotPresent&) {
-      colour = "black";
-    }
-  }
-};
-
-TEST(JsonEvolution, OldFilesReadIntoAClassThatGainedAndLostFields) {
-  const Item back = read_json<Item>(R"({"item":{"$type":"Item","name":"lamp","legacy":7}})", "item");
-  EXPECT_EQ(back.name, "lamp");
-  EXPECT_EQ(back.colour, "black");
-}
-
-// A block carries its class version only when it has one (Polygon above
-// has none); the reader accepts the whole unsigned range.
+// A block without a version reads as version 0; the reader accepts the
+// whole unsigned range.
 TEST(JsonEvolution, OldAndNewClassVersionsAreRead) {
-  EXPECT_EQ(read_json<Disc>(R"({"v":{"$type":"Disc","$version":1,"radius":3}})").read_version, 1u);
   EXPECT_EQ(read_json<Disc>(R"({"v":{"$type":"Disc","radius":3}})").read_version, 0u);
   EXPECT_EQ(read_json<Disc>(R"({"v":{"$type":"Disc","$version":4294967295,"radius":3,"label":""}})").read_version,
             4294967295u);
@@ -218,18 +163,20 @@ TEST(JsonEvolution, OldAndNewClassVersionsAreRead) {
 
 // Callers tell a missing item from a missing optional one by its type.
 TEST(JsonReading, MissingItemsThrowTheirKind) {
-  EXPECT_THROW(read_json<Point>(R"({"p":{"$type":"Point","x":1}})", "p"), PersistentReadStream::ItemNotPresent);
+  EXPECT_THROW(read_json<Leaf>(R"({"p":{"$type":"Leaf","name":"a"}})", "p"), PersistentReadStream::ItemNotPresent);
   std::istringstream in(R"({})");
   JsonReadStream stream(in);
-  Point p;
+  Leaf p;
   EXPECT_THROW(stream.read("p", p, ITEM_OPTIONAL), PersistentReadStream::OptionalItemNotPresent);
+  std::string added_later;  // a field that older files lack
+  EXPECT_THROW(stream.read("s", added_later, ITEM_OPTIONAL), PersistentReadStream::OptionalItemNotPresent);
 }
 
 // Items are found by tag, not position; a repeated tag is read in turn.
 TEST(JsonReading, ItemsAreFoundByTagAndRepeatedTagsInTurn) {
-  const Point point = read_json<Point>(R"({"p":{"$type":"Point","y":-5,"x":7}})", "p");
-  EXPECT_EQ(point.x, 7);
-  EXPECT_EQ(point.y, -5);
+  const Leaf leaf = read_json<Leaf>(R"({"p":{"$type":"Leaf","weight":-5,"name":"a"}})", "p");
+  EXPECT_EQ(leaf.name, "a");
+  EXPECT_EQ(leaf.weight, -5);
   std::istringstream in(R"({"n":1,"n":2,"other":true,"n":3})");
   JsonReadStream stream(in);
   for (int want : {1, 2, 3}) {
@@ -254,7 +201,6 @@ TEST(JsonReading, MalformedInputNamesLineAndColumn) {
       {"trailing garbage", "{} x", "line 1, column 4: The document root must not be followed by other values."},
       {"zero byte after the document", std::string("{}\0{", 4), "line 1, column 3: A zero byte outside a string."},
       {"top is an array", "[1]", "line 1, column 1: The document is not an object."},
-      {"NaN as a literal", "{\"a\":NaN}", "line 1, column 6: Invalid value."},
       {"number beyond double", "{\"a\":1e400}", "line 1, column 6: Number too big to be stored in double."},
   };
   for (const Case& c : cases) {
@@ -275,31 +221,27 @@ TEST(JsonReading, ItemsThatCannotBeReadAreRefused) {
     std::string error;
     std::string want;
   };
-  const std::string not_found = "Failed to find item with tag 'p' and type_name 'Point'";
+  const std::string not_found = "Failed to find item with tag 'p' and type_name 'Leaf'";
   const std::size_t depth = 200000;
   const Case cases[] = {
       {"fraction as int", read_error<int>(R"({"v":1.5})"), "JsonReadStream::read: 'v' holds 1.5, not an int"},
       {"too large for int", read_error<int>(R"({"v":3000000000})"),
        "JsonReadStream::read: 'v' holds 3000000000, not an int"},
-      {"negative as unsigned", read_error<unsigned short>(R"({"v":-1})"),
-       "JsonReadStream::read: 'v' holds -1, not an unsigned short"},
       {"beyond float", read_error<float>(R"({"v":1e39})"), "JsonReadStream::read: 'v' holds 1e39, not a float"},
       {"string as number", read_error<double>(R"({"v":"1"})"),
        "JsonReadStream::read: 'v' holds a string, not a double"},
       {"number as string", read_error<std::string>(R"({"v":1})"),
        "JsonReadStream::read: 'v' holds 1, not a std::string"},
-      {"number as bool", read_error<bool>(R"({"v":1})"), "JsonReadStream::read: 'v' holds 1, not a bool"},
       {"null as int", read_error<int>(R"({"v":null})"), "JsonReadStream::read: 'v' holds null, not an int"},
       {"negative version", read_error<Disc>(R"({"v":{"$type":"Disc","$version":-1}})"),
        "JsonReadStream::read: '$version' holds -1, not an unsigned int"},
       {"nesting too deep to recurse",
        read_error<std::vector<std::vector<int>>>("{\"v\":" + std::string(depth, '[') + std::string(depth, ']') + "}"),
        "JsonReadStream::read: 'item' holds an array, not an int"},
-      {"required primitive", read_error<Point>(R"({"p":{"$type":"Point","x":1}})", "p"),
-       "Failed to find item with tag 'y' and type_name 'int'"},
-      {"required block", read_error<Point>(R"({"q":{"$type":"Point","x":1,"y":2}})", "p"), not_found},
-      {"block of another type", read_error<Point>(R"({"p":{"$type":"Vector","x":1,"y":2}})", "p"), not_found},
-      {"an item that is not a block", read_error<Point>(R"({"p":[1,2]})", "p"), not_found},
+      {"required primitive", read_error<Leaf>(R"({"p":{"$type":"Leaf","name":"a"}})", "p"),
+       "Failed to find item with tag 'weight' and type_name 'int'"},
+      {"block of another type", read_error<Leaf>(R"({"p":{"$type":"Vector","name":"a","weight":2}})", "p"), not_found},
+      {"an item that is not a block", read_error<Leaf>(R"({"p":[1,2]})", "p"), not_found},
       {"unknown class",
        read_error<THandle<Shape>>(R"({"v":{"$type":"Handle","serial_number":1,"value":{"$type":"Hexagon"}}})"),
        "Failed whilst reading tag'v' PolymorphicFactory did not contain a type with name 'Hexagon'"},

@@ -1,7 +1,6 @@
 #include "vorn/persistence/Archive.h"
 
 #include <cfloat>
-#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -40,20 +39,10 @@ Bytes written_bytes(unsigned int format, const std::function<void(Archive&)>& wr
   return {bytes.begin(), bytes.end()};
 }
 
-TEST(ArchiveEncoding, EachTypeHasItsDocumentedBytes) {
-  EXPECT_THAT(written_bytes(Archive::NATIVE_FORMAT,
-                            [](Archive& a) {
-                              a << 'A' << static_cast<unsigned char>(0xFE) << true << false << static_cast<short>(-2)
-                                << static_cast<unsigned short>(0x1234) << 1 << INT_MIN << 0xDEADBEEFu << -1L
-                                << 0xFFFFFFFEUL << 1.0f << -2.0 << 1.0L << -3.0L;
-                            }),
-              ElementsAreArray(Bytes{0x41, 0xFE, 0x01, 0x00, 0xFF, 0xFE, 0x12, 0x34,  // char .. unsigned short
-                                     0x00, 0x00, 0x00, 0x01, 0x80, 0x00, 0x00, 0x00,  // 1, INT_MIN
-                                     0xDE, 0xAD, 0xBE, 0xEF, 0xFF, 0xFF, 0xFF, 0xFF,  // unsigned int, long -1
-                                     0xFF, 0xFF, 0xFF, 0xFE, 0x3F, 0x80, 0x00, 0x00,  // largest-but-one unsigned long, 1.0f
-                                     0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,  // -2.0
-                                     0x00, 0x00, 0x3F, 0xFF, 0x80, 0, 0, 0, 0, 0, 0, 0,  // 1.0L
-                                     0x00, 0x00, 0xC0, 0x00, 0xC0, 0, 0, 0, 0, 0, 0, 0}));  // -3.0L
+// The native bytes of every type are pinned by the golden graph archive and
+// the edge values by the coding tests; these are the portable forms neither
+// has: signs, zeros, a tiny exponent, and a long double stored as a double.
+TEST(ArchiveEncoding, PortableFormsOfSignsAndZeros) {
   EXPECT_THAT(written_bytes(Archive::PORTABLE_FORMAT,
                             [](Archive& a) {
                               a << 1.0f << -1.0f << 0.0f << -0.0f << 0.75f << std::ldexp(1.0f, -100) << 0.0 << -0.0
@@ -88,7 +77,6 @@ TEST(ArchiveEncoding, PortableReadBackAndRefusals) {
   {
     Archive out(memory, Archive::WRITE | Archive::PORTABLE_FORMAT);
     EXPECT_THROW(out << std::numeric_limits<double>::infinity(), std::invalid_argument);
-    EXPECT_THROW(out << std::numeric_limits<float>::quiet_NaN(), std::invalid_argument);
     EXPECT_THAT([&] { out << std::numeric_limits<float>::max(); },
                 ThrowsMessage<std::invalid_argument>(
                     "Archive::operator<<: 3.40282e+38 has no portable floating-point form"));
@@ -161,7 +149,6 @@ TEST(ArchiveOpen, ModesFailuresReopeningAndClosing) {
   EXPECT_THAT([&] { Archive(missing, Archive::READ | Archive::WRITE | 12); },
               ThrowsMessage<std::invalid_argument>("Archive::open: all formats specified"));
   EXPECT_NE(std::remove(missing.c_str()), 0);  // the refused opens created nothing
-  EXPECT_THROW(Archive(file.name(), 0), std::invalid_argument);
   EXPECT_THROW(Archive(file.name(), Archive::NATIVE_FORMAT), std::invalid_argument);
 
   TempFile second;
