@@ -131,8 +131,9 @@ class CuttingProxy {
         watched.push_back({link.server, POLLIN, 0});
       }
       if (::poll(watched.data(), watched.size(), 50) <= 0) continue;
+      const std::size_t polled = links_.size();  // a link accepted below waits for the next poll
       if ((watched[0].revents & POLLIN) != 0) accept_link();
-      for (std::size_t i = 0; i < links_.size(); ++i) {
+      for (std::size_t i = 0; i < polled; ++i) {
         const short from_client = watched[1 + 2 * i].revents;
         const short from_server = watched[2 + 2 * i].revents;
         Link& link = links_[i];
