@@ -110,8 +110,16 @@ class VORN_API File {
   virtual void write_at(std::uint64_t offset, const void* data, std::size_t size) = 0;
   // The current size of the file.
   virtual std::uint64_t size() = 0;
-  // The status of the open file (fstat(2)), whatever its name now is.
-  virtual FileStatus status() = 0;
+  // The status of the open file (fstat(2)), whatever its name now is. The
+  // default, for files that have nothing more to tell, is a regular file of
+  // size() bytes without identity (device and inode 0); the library then
+  // asks FileSystem::stat by name instead.
+  virtual FileStatus status() {
+    FileStatus status;
+    status.type = FileStatus::Type::regular;
+    status.size = size();
+    return status;
+  }
   // Cuts or extends the file to `size` bytes.
   virtual void truncate(std::uint64_t size) = 0;
   // Makes every byte written so far durable (fsync).

@@ -171,12 +171,16 @@ void IndexFile::append_last(const std::vector<DatabaseEntryIdentifier>& ids, con
   }
   // The file just written is the one under the lock: its own status saves
   // looking its name up again.
+  std::optional<FileStatus> written;
   try {
-    state_ = file_->status();
+    written = file_->status();
+  } catch (const FileError&) {
+  }
+  if (written && (written->device != 0 || written->inode != 0)) {
+    state_ = *written;
     seen_ = state_;
     seen_exists_ = true;
-  } catch (const FileError&) {
-    forget();
+  } else {
     remember_state();
   }
 }
