@@ -195,6 +195,29 @@ void BM_AppendFilesLockedAndIndexed(benchmark::State& state) {
 }
 BENCHMARK(BM_AppendFilesLockedAndIndexed)->Unit(benchmark::kMillisecond)->Iterations(3);
 
+// Inserts one row of (identifier, payload) per identifier into a new SQLite
+// file `file`: with synchronous=FULL when asked (else SQLite's default), in
+// one transaction or one per insert.
+void insert_into_sqlite(benchmark::State& state, const std::string& file, const std::vector<std::string>& ids,
+                        bool synchronous_full, bool one_transaction) {
+  sqlite3* db = nullptr;
+  sqlite3_open(file.c_str(), &db);
+  if (synchronous_full) sqlite3_exec(db, "PRAGMA synchronous=FULL", nullptr, nullptr, nullptr);
+  sqlite3_exec(db, "CREATE TABLE entries (identifier TEXT PRIMARY KEY, data BLOB)", nullptr, nullptr, nullptr);
+  if (one_transaction) sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
+  sqlite3_stmt* insert = nullptr;
+  sqlite3_prepare_v2(db, "INSERT INTO entries VALUES (?, ?)", -1, &insert, nullptr);
+  for (const auto& id : ids) {
+    sqlite3_bind_text(insert, 1, id.data(), static_cast<int>(id.size()), SQLITE_STATIC);
+    sqlite3_bind_blob(insert, 2, payload.data(), static_cast<int>(payload.size()), SQLITE_STATIC);
+    if (sqlite3_step(insert) != SQLITE_DONE) state.SkipWithError("insert failed");
+    sqlite3_reset(insert);
+  }
+  sqlite3_finalize(insert);
+  if (one_transaction) sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+  sqlite3_close(db);
+}
+
 void BM_AppendSqlite(benchmark::State& state) {
   std::vector<std::string> ids;
   for (std::size_t i = 0; i < append_count; ++i) ids.push_back(entry_id(i));
@@ -202,23 +225,8 @@ void BM_AppendSqlite(benchmark::State& state) {
     state.PauseTiming();
     {
       ScratchDirectory dir;
-      const std::string file = dir.path() + "/bench.sqlite";
       state.ResumeTiming();
-      sqlite3* db = nullptr;
-      sqlite3_open(file.c_str(), &db);
-      sqlite3_exec(db, "CREATE TABLE entries (identifier TEXT PRIMARY KEY, data BLOB)", nullptr, nullptr, nullptr);
-      sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
-      sqlite3_stmt* insert = nullptr;
-      sqlite3_prepare_v2(db, "INSERT INTO entries VALUES (?, ?)", -1, &insert, nullptr);
-      for (const auto& id : ids) {
-        sqlite3_bind_text(insert, 1, id.data(), static_cast<int>(id.size()), SQLITE_STATIC);
-        sqlite3_bind_blob(insert, 2, payload.data(), static_cast<int>(payload.size()), SQLITE_STATIC);
-        if (sqlite3_step(insert) != SQLITE_DONE) state.SkipWithError("insert failed");
-        sqlite3_reset(insert);
-      }
-      sqlite3_finalize(insert);
-      sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
-      sqlite3_close(db);
+      insert_into_sqlite(state, dir.path() + "/bench.sqlite", ids, false, true);
       state.PauseTiming();
     }
     state.ResumeTiming();
@@ -279,24 +287,8 @@ void BM_DiskSqlite(benchmark::State& state, bool one_transaction) {
     state.PauseTiming();
     {
       DiskDirectory dir;
-      const std::string file = dir.path() + "/bench.sqlite";
       state.ResumeTiming();
-      sqlite3* db = nullptr;
-      sqlite3_open(file.c_str(), &db);
-      sqlite3_exec(db, "PRAGMA synchronous=FULL", nullptr, nullptr, nullptr);
-      sqlite3_exec(db, "CREATE TABLE entries (identifier TEXT PRIMARY KEY, data BLOB)", nullptr, nullptr, nullptr);
-      if (one_transaction) sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
-      sqlite3_stmt* insert = nullptr;
-      sqlite3_prepare_v2(db, "INSERT INTO entries VALUES (?, ?)", -1, &insert, nullptr);
-      for (const auto& id : ids) {
-        sqlite3_bind_text(insert, 1, id.data(), static_cast<int>(id.size()), SQLITE_STATIC);
-        sqlite3_bind_blob(insert, 2, payload.data(), static_cast<int>(payload.size()), SQLITE_STATIC);
-        if (sqlite3_step(insert) != SQLITE_DONE) state.SkipWithError("insert failed");
-        sqlite3_reset(insert);
-      }
-      sqlite3_finalize(insert);
-      if (one_transaction) sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
-      sqlite3_close(db);
+      insert_into_sqlite(state, dir.path() + "/bench.sqlite", ids, true, one_transaction);
       state.PauseTiming();
     }
     state.ResumeTiming();
