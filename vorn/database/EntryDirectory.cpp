@@ -526,7 +526,7 @@ void EntryDirectory::apply(const std::vector<Change>& changes, const char* opera
     if (only_one_append) {
       identifiers_.push_back(changes.front().id);
       try {
-        indexes_->file.append_last(identifiers_, operation, full, true);
+        indexes_->file.append_last(identifiers_, operation, full);
       } catch (...) {
         identifiers_.pop_back();
         throw;

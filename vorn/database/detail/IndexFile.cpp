@@ -132,9 +132,8 @@ void IndexFile::rewrite(const std::vector<DatabaseEntryIdentifier>& ids, const c
   remember_state();
 }
 
-void IndexFile::append_last(const std::vector<DatabaseEntryIdentifier>& ids, const char* operation, bool sync,
-                            bool checked) {
-  if (!known_ || ids.empty() || (!checked && changed_on_disk())) {
+void IndexFile::append_last(const std::vector<DatabaseEntryIdentifier>& ids, const char* operation, bool sync) {
+  if (!known_ || ids.empty()) {
     rewrite(ids, operation);
     return;
   }

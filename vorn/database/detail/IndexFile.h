@@ -57,12 +57,11 @@ class IndexFile {
 
   // Brings the file in step with `ids`, whose last element was just added:
   // one line written at the end of the file while it is what this object last
-  // saw, else a rewrite. `sync` makes the appended line durable. `checked`
-  // says the caller found changed_on_disk() false under the lock it still
-  // holds, so the file is not looked at again. Failures throw as rewrite()
-  // does, with the file cut back to its old length.
-  void append_last(const std::vector<DatabaseEntryIdentifier>& ids, const char* operation, bool sync,
-                   bool checked = false);
+  // saw, else a rewrite. The caller has found changed_on_disk() false under
+  // the lock it still holds, so the file is not looked at again. `sync`
+  // makes the appended line durable. Failures throw as rewrite() does, with
+  // the file cut back to its old length.
+  void append_last(const std::vector<DatabaseEntryIdentifier>& ids, const char* operation, bool sync);
 
   // Deletes the index file (and a temporary one left behind by a crash).
   static void remove_files(const std::string& path);
