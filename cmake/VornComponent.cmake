@@ -7,7 +7,7 @@
 # give it its own export set, which find_package(vorn COMPONENTS <name>)
 # loads, and a pkg-config file vorn-<name>.pc.
 function(vorn_add_component name)
-  cmake_parse_arguments(ARG "" "MACRO;DESCRIPTION" "SOURCES;HEADERS" ${ARGN})
+  cmake_parse_arguments(ARG "" "MACRO;DESCRIPTION" "SOURCES;HEADERS;INCLUDE_DIRECTORIES;LIBRARIES" ${ARGN})
   set(target vorn_${name})
   if(VORN_SHARED)
     add_library(${target} SHARED ${ARG_SOURCES} ${ARG_HEADERS})
@@ -18,7 +18,11 @@ function(vorn_add_component name)
     target_compile_definitions(${target} PUBLIC ${ARG_MACRO}_STATIC)
   endif()
   add_library(vorn::${name} ALIAS ${target})
-  target_link_libraries(${target} PUBLIC vorn PRIVATE vorn_warnings)
+  # The dependency stays private: users link the component, not what it uses.
+  target_link_libraries(${target} PUBLIC vorn PRIVATE vorn_warnings ${ARG_LIBRARIES})
+  if(ARG_INCLUDE_DIRECTORIES)
+    target_include_directories(${target} SYSTEM PRIVATE ${ARG_INCLUDE_DIRECTORIES})
+  endif()
   # The library finds libvorn.so next to itself, in the build tree and
   # installed alike; a RUNPATH rewritten at install would be padded with
   # colons, an empty entry that searches the current directory.
